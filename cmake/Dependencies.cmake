@@ -1,0 +1,22 @@
+# Third-party libraries, all from Debian packages (scripts/install-deps.sh).
+find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
+find_package(Boost 1.74 REQUIRED COMPONENTS thread system)
+
+# Debian's tinyxml.h defines TIXML_USE_STL itself; define it everywhere too so
+# that every translation unit sees the same class layout.
+pkg_check_modules(TINYXML REQUIRED IMPORTED_TARGET tinyxml)
+add_library(kv_tinyxml INTERFACE)
+target_link_libraries(kv_tinyxml INTERFACE PkgConfig::TINYXML)
+target_compile_definitions(kv_tinyxml INTERFACE TIXML_USE_STL)
+
+pkg_check_modules(LIBZIP REQUIRED IMPORTED_TARGET libzip)
+find_package(PNG REQUIRED)
+find_package(nlohmann_json 3 REQUIRED)
+
+if(KV_BUILD_TESTS)
+    find_package(GTest REQUIRED)
+endif()
+if(KV_BUILD_BENCH)
+    find_package(benchmark REQUIRED)
+endif()
