@@ -1,11 +1,24 @@
-// Subcommands of the kvs tool. Each takes the arguments after its name and
-// returns the process exit status; errors are printed as one line on stderr.
+// Subcommands of the kvs tool. Each command file registers itself with one
+// static CommandRegistration, so adding a command touches no other file.
 #pragma once
+
+#include <vector>
 
 namespace kvs {
 
-int runInfo(int argc, char** argv);
-int runCompile(int argc, char** argv);
-int runRender(int argc, char** argv);
+struct Command {
+    const char* name;
+    const char* summary;
+    // Takes the arguments after the command name; returns the exit status.
+    // Errors are printed as one line on stderr.
+    int (*run)(int argc, char** argv);
+};
+
+struct CommandRegistration {
+    explicit CommandRegistration(const Command& command);
+};
+
+// Every registered command, sorted by name.
+const std::vector<Command>& commands();
 
 } // namespace kvs
