@@ -1,0 +1,41 @@
+#include "ZipBuilder.h"
+
+#include <zip.h>
+
+#include <stdexcept>
+
+namespace kvtest {
+
+std::vector<char> buildZip(const std::vector<ZipEntry>& entries) {
+    zip_error_t error;
+    zip_error_init(&error);
+    zip_source_t* buffer = zip_source_buffer_create(nullptr, 0, 0, &error);
+    zip_t* archive = zip_open_from_source(buffer, ZIP_TRUNCATE, &error);
+    zip_error_fini(&error);
+    if (archive == nullptr)
+        throw std::runtime_error("zip_open_from_source");
+    zip_source_keep(buffer);
+    for (const ZipEntry& entry : entries) {
+        zip_source_t* data = zip_source_buffer(archive, entry.content.data(), entry.content.size(), 0);
+        // ZIP_FL_OVERWRITE is left out on purpose: duplicates are added as such only when the
+        // names differ in bytes, so duplicate names are produced by the caller patching bytes.
+        const zip_int64_t index = zip_file_add(archive, entry.name.c_str(), data, 0);
+        if (index < 0)
+            throw std::runtime_error(zip_strerror(archive));
+        zip_set_file_compression(archive, static_cast<zip_uint64_t>(index),
+                                 entry.stored ? ZIP_CM_STORE : ZIP_CM_DEFLATE, 0);
+    }
+    if (zip_close(archive) != 0)
+        throw std::runtime_error("zip_close");
+    zip_source_open(buffer);
+    std::vector<char> bytes;
+    char chunk[65536];
+    zip_int64_t got = 0;
+    while ((got = zip_source_read(buffer, chunk, sizeof chunk)) > 0)
+        bytes.insert(bytes.end(), chunk, chunk + got);
+    zip_source_close(buffer);
+    zip_source_free(buffer);
+    return bytes;
+}
+
+} // namespace kvtest
