@@ -20,9 +20,9 @@ struct ParamSpec {
 struct NodeKindInfo {
     const char* name; // e.g. "noise.fbm"
     const char* help;
-    std::vector<ParamSpec> params;          // the order the assembly stores them in
-    std::vector<const char*> imageInputs;   // names of the image slots, in order
-    bool readsGraphInput = false;           // "input.image": Node::graphInput names a graph input
+    std::vector<ParamSpec> params;        // the order the assembly stores them in
+    std::vector<const char*> imageInputs; // names of the image slots, in order
+    bool readsGraphInput = false;         // "input.image": Node::graphInput names a graph input
 };
 
 // Every kind, sorted by name.

@@ -1,0 +1,27 @@
+// How nodes spread work over threads: the evaluator hands every node a
+// Parallel that splits [0, count) into ranges and runs them on its pool.
+// Nodes make each index's result independent of the split, so renders are
+// byte-identical whatever the thread count.
+#pragma once
+
+#include <functional>
+
+namespace kvengine {
+
+class Parallel {
+public:
+    virtual ~Parallel() = default;
+    // Calls body(begin, end) over disjoint ranges covering [0, count); returns when all are done.
+    virtual void run(int count, const std::function<void(int, int)>& body) const = 0;
+};
+
+// Runs everything on the calling thread.
+class SerialParallel final : public Parallel {
+public:
+    void run(int count, const std::function<void(int, int)>& body) const override {
+        if (count > 0)
+            body(0, count);
+    }
+};
+
+} // namespace kvengine

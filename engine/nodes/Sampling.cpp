@@ -1,0 +1,49 @@
+#include "engine/nodes/Sampling.h"
+
+#include <algorithm>
+
+namespace kvengine {
+
+void luminanceRow(const Image& image, int y, float* out) {
+    const int width = image.width();
+    if (image.channels() == 1) {
+        std::copy(image.row(0, y), image.row(0, y) + width, out);
+        return;
+    }
+    const float* r = image.row(0, y);
+    const float* g = image.row(1, y);
+    const float* b = image.row(2, y);
+    for (int x = 0; x < width; ++x)
+        out[x] = kLumaR * r[x] + kLumaG * g[x] + kLumaB * b[x];
+}
+
+float sampleWrapped(const float* plane, int width, int height, float u, float v) {
+    float px = u * static_cast<float>(width) - 0.5f;
+    float py = v * static_cast<float>(height) - 0.5f;
+    if (!std::isfinite(px) || !std::isfinite(py))
+        px = py = 0.0f;
+    const float fx0 = std::floor(px);
+    const float fy0 = std::floor(py);
+    const float tx = px - fx0;
+    const float ty = py - fy0;
+    // Reduce before converting so that huge coordinates cannot overflow an int.
+    const int x0 = wrapIndex(static_cast<int>(std::fmod(fx0, static_cast<float>(width))), width);
+    const int y0 = wrapIndex(static_cast<int>(std::fmod(fy0, static_cast<float>(height))), height);
+    const int x1 = x0 + 1 == width ? 0 : x0 + 1;
+    const int y1 = y0 + 1 == height ? 0 : y0 + 1;
+    const float* row0 = plane + static_cast<size_t>(y0) * width;
+    const float* row1 = plane + static_cast<size_t>(y1) * width;
+    const float top = row0[x0] + (row0[x1] - row0[x0]) * tx;
+    const float bottom = row1[x0] + (row1[x1] - row1[x0]) * tx;
+    return top + (bottom - top) * ty;
+}
+
+const Image& inputOrGrey(const NodeRun& run, size_t slot, Image& storage) {
+    if (slot < run.inputs.size() && run.inputs[slot])
+        return *run.inputs[slot];
+    storage = Image(run.width, run.height, 1);
+    std::fill(storage.plane(0), storage.plane(0) + storage.planeSize(), 0.5f);
+    return storage;
+}
+
+} // namespace kvengine
