@@ -1,0 +1,16 @@
+// Reading of a package's description XML into graph descriptions.
+#pragma once
+
+#include "framework/description/GraphDesc.h"
+
+namespace SubstanceAir {
+
+class PackageDesc;
+
+// Parses `xmlText` into `graphs` (graphs without outputs are dropped; each
+// kept graph gets `parent`) and reads the root's asmuid into `asmUid`. False
+// when the text is refused, malformed, or lacks the root, its asmuid or its
+// `graphs` element.
+bool parseDescription(const char* xmlText, PackageDesc* parent, unsigned int& asmUid, GraphDescs& graphs);
+
+} // namespace SubstanceAir

@@ -1,0 +1,65 @@
+#include "framework/description/PackageDesc.h"
+
+#include "framework/description/DescriptionParser.h"
+#include "framework/description/FormatFallback.h"
+#include "framework/description/LinkerUnpacking.h"
+#include "framework/render/GraphInstance.h"
+#include "framework/render/RendererAccess.h"
+#include "framework/render/RendererImpl.h"
+
+#include <string>
+
+namespace SubstanceAir {
+
+PackageDesc::PackageDesc(const char* data, size_t size, const OutputFormatOptions* options) {
+    std::string description;
+    unpackWithLinker(data, size, description, mAssembly);
+    if (!parseDescription(description.c_str(), this, mAsmUid, mGraphs)) {
+        mGraphs.clear();
+        return;
+    }
+    const OutputFormatOptions hostOptions = {AllFormatClasses, 0};
+    adjustOutputs(options != nullptr ? *options : hostOptions);
+    RendererAccess access;
+    access->registerPackage(*this);
+}
+
+PackageDesc::~PackageDesc() {
+    // Keyed on the graph count, not on registration: a package that read
+    // zero graphs is registered but never removed.
+    if (!mGraphs.empty()) {
+        RendererAccess access;
+        access->unregisterPackage(mAsmUid);
+    }
+}
+
+void PackageDesc::adjustOutputs(const OutputFormatOptions& options) {
+    for (GraphDesc& graph : mGraphs) {
+        for (OutputDesc& output : graph.outputs) {
+            output.format = applyFormatFallback(output.format, options.formatClassMask);
+            if (options.mipmapMode != 0) {
+                output.mipmaps = options.mipmapMode == 2 ? 1 : 0;
+            }
+        }
+    }
+}
+
+bool PackageDesc::pushToLinker(SubstanceLinkerHandle* handle) const {
+    if (substanceLinkerHandlePushAssemblyMemory(handle, mAssembly.data(), mAssembly.size()) != 0) {
+        return false;
+    }
+    for (const GraphDesc& graph : mGraphs) {
+        for (const OutputDesc& output : graph.outputs) {
+            substanceLinkerHandleSetOutputFormat(handle, output.uid, output.format, output.mipmaps);
+        }
+    }
+    return true;
+}
+
+void instantiateGraphs(std::vector<boost::shared_ptr<GraphInstance>>& instances, const PackageDesc& package) {
+    for (const GraphDesc& graph : package.graphs()) {
+        instances.push_back(boost::shared_ptr<GraphInstance>(new GraphInstance(graph)));
+    }
+}
+
+} // namespace SubstanceAir

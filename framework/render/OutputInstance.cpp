@@ -1,0 +1,26 @@
+#include "framework/render/OutputInstance.h"
+
+#include "framework/render/RenderGlobals.h"
+
+namespace SubstanceAir {
+
+OutputInstance::OutputInstance(const OutputDesc& desc) : mDesc(&desc) {}
+
+OutputInstance::~OutputInstance() = default;
+
+std::unique_ptr<RenderResult> OutputInstance::grabResult() {
+    std::unique_ptr<RenderResult> result;
+    boost::mutex::scoped_lock lock(renderGlobals().resultMutex);
+    if (!mResults.empty()) {
+        result = std::move(mResults.front());
+        mResults.pop_front();
+    }
+    return result;
+}
+
+void OutputInstance::pushResult(std::unique_ptr<RenderResult> result) {
+    boost::mutex::scoped_lock lock(renderGlobals().resultMutex);
+    mResults.push_back(std::move(result));
+}
+
+} // namespace SubstanceAir
