@@ -1,0 +1,265 @@
+#include "tools/compiler/GraphBuilder.h"
+
+#include "tools/compiler/Expression.h"
+#include "tools/compiler/InputChecks.h"
+
+#include "engine/nodes/NodeCatalog.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+namespace kvcompiler {
+
+namespace {
+
+using kvengine::Graph;
+
+std::string parameterNames(const kvengine::NodeKindInfo& kind) {
+    std::string names;
+    for (const kvengine::ParamSpec& p : kind.params)
+        names += (names.empty() ? "" : ", ") + std::string(p.name);
+    return names.empty() ? "none" : names;
+}
+
+std::string slotNames(const kvengine::NodeKindInfo& kind) {
+    std::string names;
+    for (const char* slot : kind.imageInputs)
+        names += (names.empty() ? "" : ", ") + std::string(slot);
+    return names.empty() ? "none" : names;
+}
+
+int inputIndex(const Graph& graph, const std::string& identifier) {
+    for (size_t i = 0; i < graph.inputs.size(); ++i)
+        if (graph.inputs[i].identifier == identifier)
+            return static_cast<int>(i);
+    return -1;
+}
+
+kvengine::Instruction constant(float x, float y, float z, float w) {
+    kvengine::Instruction instruction;
+    instruction.op = kvengine::Op::Constant;
+    instruction.value.f = {x, y, z, w};
+    return instruction;
+}
+
+// Compiles one item; `components` receives what it yields (1 broadcasts).
+kvengine::Expression compileItem(const ParamItem& item, const Graph& graph, std::set<uint32_t>& reads,
+                                 uint32_t& components, const SourcePlace& place) {
+    if (!item.isExpression) {
+        float value = static_cast<float>(item.number);
+        components = 1;
+        return kvengine::Expression{{constant(value, value, value, value)}};
+    }
+    CompiledExpression compiled;
+    try {
+        compiled = compileExpression(item.expression, graph.inputs);
+    } catch (const CompileError& e) {
+        place.fail(e.what());
+    }
+    reads.insert(compiled.reads.begin(), compiled.reads.end());
+    components = compiled.components;
+    return compiled.program;
+}
+
+kvengine::Expression compileParam(const ParamSource& param, const kvengine::ParamSpec& spec,
+                                  const Graph& graph, std::set<uint32_t>& reads, const SourcePlace& place) {
+    uint32_t components = 1;
+    if (!param.isList) {
+        kvengine::Expression expression = compileItem(param.items.front(), graph, reads, components, place);
+        if (components != 1 && components != spec.components)
+            place.fail("yields " + std::to_string(components) + " components, the parameter takes " +
+                       std::to_string(spec.components));
+        return expression;
+    }
+    if (param.items.size() != spec.components)
+        place.fail("has " + std::to_string(param.items.size()) + " components, the parameter takes " +
+                   std::to_string(spec.components));
+    bool allNumbers = std::none_of(param.items.begin(), param.items.end(),
+                                   [](const ParamItem& item) { return item.isExpression; });
+    if (allNumbers) {
+        kvengine::Instruction value = constant(0, 0, 0, 0);
+        for (size_t k = 0; k < param.items.size(); ++k)
+            value.value.f[k] = static_cast<float>(param.items[k].number);
+        return kvengine::Expression{{value}};
+    }
+    // Assemble the vector component by component: sum of item_k * unit_k.
+    kvengine::Expression expression;
+    for (size_t k = 0; k < param.items.size(); ++k) {
+        kvengine::Expression item = compileItem(param.items[k], graph, reads, components, place);
+        if (components != 1)
+            place.fail("list item " + std::to_string(k + 1) + " yields " + std::to_string(components) +
+                       " components, list items must yield one");
+        expression.code.insert(expression.code.end(), item.code.begin(), item.code.end());
+        kvengine::Instruction unit = constant(0, 0, 0, 0);
+        unit.value.f[k] = 1.0f;
+        expression.code.push_back(unit);
+        expression.code.push_back(kvengine::Instruction{kvengine::Op::Multiply, 0, {}});
+        if (k > 0)
+            expression.code.push_back(kvengine::Instruction{kvengine::Op::Add, 0, {}});
+    }
+    if (stackDepth(expression) > kvengine::AssemblyLimits::maxExpressionStack ||
+        expression.code.size() > kvengine::AssemblyLimits::maxInstructionsPerExpression)
+        place.fail("list of expressions too complex; simplify its items");
+    return expression;
+}
+
+// Index of every node that `node` reads, directly or through other nodes, itself included.
+std::vector<bool> upstreamOf(const Graph& graph, uint32_t node) {
+    std::vector<bool> seen(graph.nodes.size(), false);
+    std::vector<uint32_t> pending{node};
+    seen[node] = true;
+    while (!pending.empty()) {
+        uint32_t n = pending.back();
+        pending.pop_back();
+        for (int32_t from : graph.nodes[n].imageInputs)
+            if (from >= 0 && !seen[static_cast<size_t>(from)]) {
+                seen[static_cast<size_t>(from)] = true;
+                pending.push_back(static_cast<uint32_t>(from));
+            }
+    }
+    return seen;
+}
+
+// Iterative depth-first search; reports one node on a cycle.
+void rejectCycles(const Graph& graph, const GraphSource& source, const SourcePlace& place) {
+    enum State : char { Unvisited, Active, Done };
+    std::vector<State> state(graph.nodes.size(), Unvisited);
+    for (size_t root = 0; root < graph.nodes.size(); ++root) {
+        if (state[root] != Unvisited)
+            continue;
+        std::vector<std::pair<size_t, size_t>> stack{{root, 0}}; // node, next slot
+        state[root] = Active;
+        while (!stack.empty()) {
+            auto& [node, slot] = stack.back();
+            const auto& inputs = graph.nodes[node].imageInputs;
+            if (slot == inputs.size()) {
+                state[node] = Done;
+                stack.pop_back();
+                continue;
+            }
+            int32_t from = inputs[slot++];
+            if (from < 0)
+                continue;
+            size_t next = static_cast<size_t>(from);
+            if (state[next] == Active)
+                place.fail("node '" + source.nodes[next].id + "' feeds itself through a cycle");
+            if (state[next] == Unvisited) {
+                state[next] = Active;
+                stack.emplace_back(next, 0);
+            }
+        }
+    }
+}
+
+} // namespace
+
+BuiltGraph buildGraph(const GraphSource& source, UidAllocator& uids, const SourcePlace& graphPlace) {
+    BuiltGraph built;
+    Graph& graph = built.graph;
+    graph.url = source.url;
+    for (const InputSource& in : source.inputs) {
+        kvengine::GraphInput input;
+        input.uid = uids.allocate(source.url, "input", in.identifier);
+        input.identifier = in.identifier;
+        input.type = in.type;
+        for (size_t k = 0; k < in.defaultValue.size(); ++k) {
+            if (kvengine::isIntegerType(in.type))
+                input.defaultValue.i[k] = static_cast<int32_t>(in.defaultValue[k]);
+            else
+                input.defaultValue.f[k] = static_cast<float>(in.defaultValue[k]);
+        }
+        graph.inputs.push_back(input);
+    }
+
+    std::map<std::string, uint32_t> nodeIndex;
+    for (const NodeSource& node : source.nodes)
+        if (!nodeIndex.emplace(node.id, static_cast<uint32_t>(nodeIndex.size())).second)
+            (graphPlace / ("node '" + node.id + "'")).fail("duplicate node id");
+
+    std::vector<std::set<uint32_t>> nodeReads(source.nodes.size()); // graph inputs read by each node
+    for (size_t n = 0; n < source.nodes.size(); ++n) {
+        const NodeSource& ns = source.nodes[n];
+        SourcePlace place = graphPlace / ("node '" + ns.id + "'");
+        const kvengine::NodeKindInfo* kind = kvengine::findNodeKind(ns.kind);
+        if (!kind)
+            place.fail("unknown kind '" + ns.kind + "'");
+        kvengine::Node node;
+        node.op = ns.kind;
+        node.params.resize(kind->params.size());
+        for (const ParamSource& param : ns.params) {
+            int index = kvengine::findParam(*kind, param.name);
+            if (index < 0)
+                place.fail("unknown parameter '" + param.name + "' of kind " + ns.kind + " (it has " +
+                           parameterNames(*kind) + ")");
+            node.params[static_cast<size_t>(index)] =
+                compileParam(param, kind->params[static_cast<size_t>(index)], graph, nodeReads[n],
+                             place / ("parameter '" + param.name + "'"));
+        }
+        node.imageInputs.assign(kind->imageInputs.size(), -1);
+        for (const auto& [slotName, from] : ns.inputs) {
+            auto slot = std::find_if(kind->imageInputs.begin(), kind->imageInputs.end(),
+                                     [&](const char* s) { return slotName == s; });
+            if (slot == kind->imageInputs.end())
+                place.fail("unknown image input '" + slotName + "' of kind " + ns.kind + " (it has " +
+                           slotNames(*kind) + ")");
+            auto source_ = nodeIndex.find(from);
+            if (source_ == nodeIndex.end())
+                place.fail("image input '" + slotName + "' names unknown node '" + from + "'");
+            node.imageInputs[static_cast<size_t>(slot - kind->imageInputs.begin())] =
+                static_cast<int32_t>(source_->second);
+        }
+        if (kind->readsGraphInput) {
+            if (ns.graphInput.empty())
+                place.fail("kind " + ns.kind + " needs 'graphinput', the image input it reads");
+            int index = inputIndex(graph, ns.graphInput);
+            if (index < 0)
+                place.fail("'graphinput' names unknown input '" + ns.graphInput + "'");
+            if (graph.inputs[static_cast<size_t>(index)].type != kvengine::InputType::Image)
+                place.fail("'graphinput' names input '" + ns.graphInput + "', which is not an image input");
+            node.graphInput = static_cast<uint32_t>(index);
+            nodeReads[n].insert(node.graphInput);
+        } else if (!ns.graphInput.empty()) {
+            place.fail("kind " + ns.kind + " reads no graph input; remove 'graphinput'");
+        }
+        graph.nodes.push_back(std::move(node));
+    }
+    rejectCycles(graph, source, graphPlace);
+
+    if (source.outputs.empty())
+        graphPlace.fail("a graph needs at least one output");
+    std::set<std::string> outputIds;
+    built.alteredUids.resize(graph.inputs.size());
+    for (const OutputSource& os : source.outputs) {
+        SourcePlace place = graphPlace / ("output '" + os.identifier + "'");
+        if (os.identifier.empty())
+            place.fail("an output needs an identifier");
+        if (!outputIds.insert(os.identifier).second)
+            place.fail("duplicate output identifier");
+        auto node = nodeIndex.find(os.node);
+        if (node == nodeIndex.end())
+            place.fail("'node' names unknown node '" + os.node + "'");
+        kvengine::GraphOutput output;
+        output.uid = uids.allocate(source.url, "output", os.identifier);
+        output.identifier = os.identifier;
+        output.format = os.format;
+        output.mipmaps = os.mipmaps;
+        output.channel = os.channel < 0 ? 0u : static_cast<uint32_t>(os.channel);
+        output.node = node->second;
+        graph.outputs.push_back(output);
+
+        std::vector<bool> upstream = upstreamOf(graph, output.node);
+        std::set<uint32_t> altering;
+        for (size_t n = 0; n < upstream.size(); ++n)
+            if (upstream[n])
+                altering.insert(nodeReads[n].begin(), nodeReads[n].end());
+        for (size_t i = 0; i < graph.inputs.size(); ++i)
+            if (altering.count(static_cast<uint32_t>(i)) || isSystemInput(graph.inputs[i].identifier))
+                built.alteredUids[i].push_back(output.uid);
+    }
+    for (auto& list : built.alteredUids)
+        std::sort(list.begin(), list.end());
+    return built;
+}
+
+} // namespace kvcompiler

@@ -1,0 +1,17 @@
+// Number texts of description.xml: read back exactly both by a whole-string
+// conversion and by atof/atoi, so no spaces, no signs on zero, floats in their
+// shortest round-trip form and ints plain.
+#pragma once
+
+#include "tools/compiler/PackageSource.h"
+
+#include <string>
+
+namespace kvcompiler {
+
+std::string floatText(float value);
+std::string intText(int value);
+// Components joined by "," as floats or ints.
+std::string numberListText(const NumberList& values, bool integers);
+
+} // namespace kvcompiler
