@@ -1,0 +1,26 @@
+// What a push hands the linker, checked before anything is kept: a package
+// (description and assembly) or a bare assembly.
+#pragma once
+
+#include "engine/assembly/Assembly.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace kvengine {
+
+struct PushedContent {
+    bool fromPackage = false;
+    std::string description;            // package only
+    std::vector<char> unpacked;         // package only: the assembly bytes it held
+    const char* assemblyData = nullptr; // the assembly bytes, in `unpacked` or the caller's buffer
+    size_t assemblySize = 0;
+    Assembly assembly; // parsed and validated
+};
+
+// Returns a SubstanceStatus; on failure `out` is unspecified. `data` must
+// outlive `out` when it is a bare assembly.
+int unpackPushed(const char* data, size_t size, PushedContent& out);
+
+} // namespace kvengine
