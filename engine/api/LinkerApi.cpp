@@ -99,13 +99,16 @@ int substanceLinkerHandlePushAssemblyMemory(SubstanceLinkerHandle* handle, const
         kvengine::PushedContent content;
         if (int status = kvengine::unpackPushed(data, size, content))
             return status;
+        // Added before the callbacks run, so a refused push delivers nothing.
+        if (int status = handle->linker.push(content.assembly))
+            return status;
         const SubstanceLinkerContext* context = handle->context;
         const unsigned int uid = content.assembly.uid;
         if (content.fromPackage && context->onDescription != nullptr)
             context->onDescription(handle, uid, content.description.c_str());
         if (context->onAssembly != nullptr)
             context->onAssembly(handle, uid, content.assemblyData, content.assemblySize);
-        return handle->linker.push(content.assembly);
+        return SubstanceStatus_Ok;
     });
 }
 

@@ -355,4 +355,5 @@ TEST_F(LinkerApi, PushesBeyondTheGraphLimitFail) {
     for (uint32_t k = 0; k < AssemblyLimits::maxGraphs; ++k)
         ASSERT_EQ(push(bare), 0);
     EXPECT_EQ(push(bare), SubstanceStatus_LimitExceeded);
+    EXPECT_EQ(received.assemblies.size(), AssemblyLimits::maxGraphs); // the refused push delivered nothing
 }
