@@ -29,7 +29,9 @@ inline float hashToUnit(uint32_t h) {
 
 // Seed of one node: the render's $randomseed combined with the node's own seed parameter.
 inline uint32_t nodeSeed(uint32_t randomSeed, float seedParam) {
-    return hash2(randomSeed, static_cast<uint32_t>(static_cast<int32_t>(seedParam)));
+    // Out-of-range (and NaN) seeds fold to 0 rather than overflow the conversion.
+    const bool inRange = seedParam > -2.0e9f && seedParam < 2.0e9f;
+    return hash2(randomSeed, static_cast<uint32_t>(inRange ? static_cast<int32_t>(seedParam) : 0));
 }
 
 } // namespace kvengine

@@ -1,0 +1,255 @@
+#include "engine/evaluator/Evaluator.h"
+
+#include "engine/assembly/AssemblyValidation.h"
+#include "engine/evaluator/GraphRender.h"
+#include "engine/evaluator/GraphState.h"
+#include "engine/evaluator/ImageCache.h"
+#include "engine/evaluator/PixelFormats.h"
+#include "engine/evaluator/ThreadPool.h"
+
+#include <algorithm>
+#include <new>
+#include <utility>
+
+namespace kvengine {
+
+namespace {
+
+struct Location {
+    uint32_t graph;
+    uint32_t local;
+};
+
+struct QueuedOutput {
+    unsigned index;
+    size_t jobUserData;
+};
+
+struct HintValue {
+    Value4 value;
+    std::shared_ptr<const Image> image;
+};
+
+int checkCounts(const Assembly& assembly) {
+    if (assembly.graphs.size() > AssemblyLimits::maxGraphs)
+        return SubstanceStatus_LimitExceeded;
+    size_t totalNodes = 0;
+    for (const Graph& graph : assembly.graphs) {
+        if (graph.nodes.size() > AssemblyLimits::maxNodesPerGraph ||
+            graph.inputs.size() > AssemblyLimits::maxInputsPerGraph ||
+            graph.outputs.size() > AssemblyLimits::maxOutputsPerGraph)
+            return SubstanceStatus_LimitExceeded;
+        totalNodes += graph.nodes.size();
+    }
+    return totalNodes > EvaluatorLimits::maxTotalNodes ? SubstanceStatus_LimitExceeded : SubstanceStatus_Ok;
+}
+
+// Everything the evaluator relies on beyond the structural checks of validateGraph.
+int checkGraph(const Graph& graph, GraphState& state) {
+    for (const GraphInput& input : graph.inputs)
+        if (!isValidInputType(static_cast<uint32_t>(input.type)))
+            return SubstanceStatus_InvalidData;
+    for (const GraphOutput& output : graph.outputs)
+        if (!isTextureFormat(output.format))
+            return SubstanceStatus_InvalidData;
+    for (const Node& node : graph.nodes) {
+        const NodeKind* kind = findNodeKindImpl(node.op);
+        if (!kind || node.params.size() > kind->info.params.size() ||
+            node.imageInputs.size() > kind->info.imageInputs.size())
+            return SubstanceStatus_InvalidData;
+        if (kind->info.readsGraphInput && (node.graphInput >= graph.inputs.size() ||
+                                           graph.inputs[node.graphInput].type != InputType::Image))
+            return SubstanceStatus_InvalidData;
+        for (const Expression& expression : node.params) {
+            if (expression.code.size() > AssemblyLimits::maxInstructionsPerExpression)
+                return SubstanceStatus_LimitExceeded;
+            for (const Instruction& instruction : expression.code)
+                if (static_cast<uint8_t>(instruction.op) >= kOpCount)
+                    return SubstanceStatus_InvalidData;
+        }
+        state.kinds.push_back(kind);
+    }
+    if (int status = validateGraph(graph))
+        return status;
+    for (size_t i = 0; i < graph.inputs.size(); ++i) {
+        const GraphInput& input = graph.inputs[i];
+        if (input.identifier == "$outputsize" && input.type == InputType::Integer2)
+            state.outputSizeInput = static_cast<int>(i);
+        if (input.identifier == "$randomseed" && input.type == InputType::Integer)
+            state.randomSeedInput = static_cast<int>(i);
+        state.values.push_back(input.defaultValue);
+    }
+    state.images.resize(graph.inputs.size());
+    state.imageVersions.assign(graph.inputs.size(), 0);
+    return SubstanceStatus_Ok;
+}
+
+} // namespace
+
+struct Evaluator::Impl {
+    Assembly assembly;
+    EvaluatorLimits limits;
+    std::vector<GraphState> graphs;
+    std::vector<Location> inputs;  // by engine index
+    std::vector<Location> outputs; // by engine index
+    std::vector<QueuedOutput> queue;
+    std::vector<QueuedOutput> hintQueue;
+    std::vector<std::pair<unsigned, HintValue>> hints; // latest hint per input
+    uint64_t imageVersion = 0;
+    ImageCache cache;
+    ThreadPool pool;
+
+    Impl(Assembly a, const EvaluatorOptions& options)
+        : assembly(std::move(a)), limits(options.limits), cache(options.limits.cacheBytes),
+          pool(options.threadCount) {}
+
+    int findOutput(unsigned id, bool byUid, unsigned& index) const {
+        if (!byUid) {
+            index = id;
+            return id < outputs.size() ? SubstanceStatus_Ok : SubstanceStatus_InvalidArgument;
+        }
+        for (unsigned i = 0; i < outputs.size(); ++i)
+            if (assembly.graphs[outputs[i].graph].outputs[outputs[i].local].uid == id) {
+                index = i;
+                return SubstanceStatus_Ok;
+            }
+        return SubstanceStatus_UnknownUid;
+    }
+};
+
+Evaluator::Evaluator(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+Evaluator::~Evaluator() = default;
+
+int Evaluator::create(Assembly assembly, const EvaluatorOptions& options, std::unique_ptr<Evaluator>& out) {
+    if (int status = checkCounts(assembly))
+        return status;
+    auto impl = std::make_unique<Impl>(std::move(assembly), options);
+    const std::vector<Graph>& graphs = impl->assembly.graphs;
+    impl->graphs.resize(graphs.size());
+    for (uint32_t g = 0; g < graphs.size(); ++g) {
+        impl->graphs[g].graph = &graphs[g];
+        if (int status = checkGraph(graphs[g], impl->graphs[g]))
+            return status;
+        for (uint32_t i = 0; i < graphs[g].inputs.size(); ++i)
+            impl->inputs.push_back({g, i});
+        for (uint32_t i = 0; i < graphs[g].outputs.size(); ++i)
+            impl->outputs.push_back({g, i});
+    }
+    out.reset(new Evaluator(std::move(impl)));
+    return SubstanceStatus_Ok;
+}
+
+unsigned Evaluator::inputCount() const {
+    return static_cast<unsigned>(impl_->inputs.size());
+}
+unsigned Evaluator::outputCount() const {
+    return static_cast<unsigned>(impl_->outputs.size());
+}
+
+const GraphInput& Evaluator::input(unsigned index) const {
+    const Location& at = impl_->inputs[index];
+    return impl_->assembly.graphs[at.graph].inputs[at.local];
+}
+
+const GraphOutput& Evaluator::output(unsigned index) const {
+    const Location& at = impl_->outputs[index];
+    return impl_->assembly.graphs[at.graph].outputs[at.local];
+}
+
+int Evaluator::setInput(unsigned index, unsigned type, const void* value, bool hint) {
+    if (index >= impl_->inputs.size())
+        return SubstanceStatus_InvalidArgument;
+    const GraphInput& target = input(index);
+    if (type != static_cast<unsigned>(target.type))
+        return SubstanceStatus_Incompatible;
+
+    HintValue next;
+    if (target.type == InputType::Image) {
+        if (value) {
+            const auto* record = static_cast<const SubstanceTextureInput*>(value);
+            auto image = std::make_shared<Image>();
+            if (int status = readTexture(record->texture, *image))
+                return status;
+            next.image = std::move(image);
+        }
+    } else {
+        if (!value)
+            return SubstanceStatus_InvalidArgument;
+        // Numerical values are 4-byte floats or ints; copy only the input's components.
+        const uint32_t components = componentCount(target.type);
+        std::copy_n(static_cast<const int32_t*>(value), components, next.value.i.begin());
+    }
+
+    if (hint) {
+        auto it = std::find_if(impl_->hints.begin(), impl_->hints.end(),
+                               [&](const auto& entry) { return entry.first == index; });
+        if (it == impl_->hints.end())
+            impl_->hints.emplace_back(index, std::move(next));
+        else
+            it->second = std::move(next);
+        return SubstanceStatus_Ok;
+    }
+    const Location& at = impl_->inputs[index];
+    GraphState& graph = impl_->graphs[at.graph];
+    if (target.type == InputType::Image) {
+        graph.images[at.local] = std::move(next.image);
+        graph.imageVersions[at.local] = ++impl_->imageVersion;
+    } else {
+        graph.values[at.local] = next.value;
+    }
+    return SubstanceStatus_Ok;
+}
+
+int Evaluator::queueOutputs(const unsigned* outputs, unsigned count, bool byUid, bool hint,
+                            size_t jobUserData) {
+    if (count > 0 && !outputs)
+        return SubstanceStatus_InvalidArgument;
+    std::vector<unsigned> indices(count);
+    for (unsigned i = 0; i < count; ++i)
+        if (int status = impl_->findOutput(outputs[i], byUid, indices[i]))
+            return status;
+    std::vector<QueuedOutput>& queue = hint ? impl_->hintQueue : impl_->queue;
+    for (unsigned index : indices) {
+        auto it =
+            std::find_if(queue.begin(), queue.end(), [&](const QueuedOutput& q) { return q.index == index; });
+        if (it == queue.end())
+            queue.push_back({index, jobUserData});
+        else
+            it->jobUserData = jobUserData; // one texture per output: the latest job receives it
+    }
+    return SubstanceStatus_Ok;
+}
+
+int Evaluator::render(const Allocate& allocate, const Deliver& deliver) {
+    std::vector<QueuedOutput> queue;
+    queue.swap(impl_->queue);
+    impl_->hintQueue.clear();
+    RenderContext context;
+    context.parallel = &impl_->pool;
+    context.cache = &impl_->cache;
+    context.limits = &impl_->limits;
+    context.allocate = &allocate;
+    context.deliver = &deliver;
+    // Graphs render one after the other, in the order their first output was queued.
+    std::vector<char> done(impl_->graphs.size(), 0);
+    for (const QueuedOutput& first : queue) {
+        const uint32_t graph = impl_->outputs[first.index].graph;
+        if (done[graph])
+            continue;
+        done[graph] = 1;
+        std::vector<OutputRequest> requests;
+        for (const QueuedOutput& queued : queue)
+            if (impl_->outputs[queued.index].graph == graph)
+                requests.push_back({impl_->outputs[queued.index].local, queued.index, queued.jobUserData});
+        try {
+            if (int status = renderGraph(impl_->graphs[graph], requests, context))
+                return status;
+        } catch (const std::bad_alloc&) {
+            impl_->cache.clear();
+            return SubstanceStatus_OutOfMemory;
+        }
+    }
+    return SubstanceStatus_Ok;
+}
+
+} // namespace kvengine

@@ -1,0 +1,287 @@
+#include "engine/evaluator/GraphRender.h"
+
+#include "engine/evaluator/Expression.h"
+#include "engine/evaluator/PixelFormats.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace kvengine {
+
+namespace {
+
+// FNV-1a over the bytes of everything that decides a node's result.
+struct KeyHasher {
+    uint64_t hash = 1469598103934665603ull;
+    void bytes(const void* data, size_t size) {
+        const auto* p = static_cast<const unsigned char*>(data);
+        for (size_t i = 0; i < size; ++i)
+            hash = (hash ^ p[i]) * 1099511628211ull;
+    }
+    template <typename T>
+    void value(const T& v) {
+        bytes(&v, sizeof v);
+    }
+};
+
+// Nodes reachable from the requested outputs, every node after its inputs.
+// Iterative, so long chains cannot exhaust the stack.
+std::vector<uint32_t> dependencyOrder(const Graph& graph, const std::vector<OutputRequest>& requests) {
+    std::vector<uint32_t> order;
+    std::vector<char> seen(graph.nodes.size(), 0);
+    std::vector<std::pair<uint32_t, size_t>> stack; // node, next image input to visit
+    for (const OutputRequest& request : requests) {
+        const uint32_t root = graph.outputs[request.output].node;
+        if (seen[root])
+            continue;
+        seen[root] = 1;
+        stack.emplace_back(root, 0);
+        while (!stack.empty()) {
+            auto& [node, next] = stack.back();
+            const std::vector<int32_t>& inputs = graph.nodes[node].imageInputs;
+            if (next < inputs.size()) {
+                const int32_t source = inputs[next++];
+                if (source >= 0 && !seen[static_cast<size_t>(source)]) {
+                    seen[static_cast<size_t>(source)] = 1;
+                    stack.emplace_back(static_cast<uint32_t>(source), 0);
+                }
+                continue;
+            }
+            order.push_back(node);
+            stack.pop_back();
+        }
+    }
+    return order;
+}
+
+struct NodePlan {
+    std::vector<Value4> params;
+    uint64_t key = 0;
+    bool wanted = false;  // some requested output depends on it
+    bool compute = false; // wanted and not in the cache
+    int channels = 0;
+    uint32_t uses = 0; // computed consumers still to run
+    std::shared_ptr<const Image> result;
+};
+
+const Image* slotImage(const std::vector<NodePlan>& plans, const Node& node, size_t slot) {
+    if (slot >= node.imageInputs.size() || node.imageInputs[slot] < 0)
+        return nullptr;
+    return plans[static_cast<size_t>(node.imageInputs[slot])].result.get();
+}
+
+const Image* graphImageOf(const GraphState& state, const Node& node, const NodeKind& kind) {
+    return kind.info.readsGraphInput ? state.images[node.graphInput].get() : nullptr;
+}
+
+class GraphRender {
+public:
+    GraphRender(const GraphState& state, const std::vector<OutputRequest>& requests,
+                const RenderContext& context)
+        : state_(state), graph_(*state.graph), requests_(requests), context_(context),
+          plans_(graph_.nodes.size()) {}
+
+    int run() {
+        if (int status = resolveSize())
+            return status;
+        order_ = dependencyOrder(graph_, requests_);
+        planNodes();
+        if (int status = checkLimits())
+            return status;
+        for (uint32_t node : order_) {
+            if (plans_[node].compute)
+                computeNode(node);
+            if (int status = deliverOutputsOf(node))
+                return status;
+            if (plans_[node].uses == 0)
+                plans_[node].result.reset();
+        }
+        return SubstanceStatus_Ok;
+    }
+
+private:
+    int resolveSize() {
+        int log2Width = 9, log2Height = 9;
+        if (state_.outputSizeInput >= 0) {
+            const Value4& size = state_.values[static_cast<size_t>(state_.outputSizeInput)];
+            log2Width = size.i[0];
+            log2Height = size.i[1];
+        }
+        if (log2Width < 0 || log2Height < 0 || log2Width > EvaluatorLimits::maxLog2Side ||
+            log2Height > EvaluatorLimits::maxLog2Side)
+            return SubstanceStatus_LimitExceeded;
+        width_ = 1 << log2Width;
+        height_ = 1 << log2Height;
+        seed_ = state_.randomSeedInput >= 0
+                    ? static_cast<uint32_t>(state_.values[static_cast<size_t>(state_.randomSeedInput)].i[0])
+                    : 0u;
+        return SubstanceStatus_Ok;
+    }
+
+    // Parameters, cache keys, which nodes to compute and their channel counts.
+    void planNodes() {
+        for (uint32_t node : order_) {
+            const Node& record = graph_.nodes[node];
+            const NodeKind& kind = *state_.kinds[node];
+            NodePlan& plan = plans_[node];
+            plan.params.reserve(kind.info.params.size());
+            for (size_t p = 0; p < kind.info.params.size(); ++p) {
+                const Value4& fallback = kind.info.params[p].defaultValue;
+                plan.params.push_back(
+                    p < record.params.size()
+                        ? evaluateExpression(record.params[p], graph_.inputs, state_.values, fallback)
+                        : fallback);
+            }
+            KeyHasher key;
+            key.bytes(kind.info.name, std::strlen(kind.info.name) + 1);
+            for (const Value4& value : plan.params)
+                key.value(value.i);
+            key.value(width_);
+            key.value(height_);
+            key.value(seed_);
+            for (int32_t source : record.imageInputs)
+                key.value(source >= 0 ? plans_[static_cast<size_t>(source)].key : uint64_t(0));
+            if (kind.info.readsGraphInput)
+                key.value(state_.imageVersions[record.graphInput]);
+            plan.key = key.hash;
+        }
+        for (const OutputRequest& request : requests_)
+            plans_[graph_.outputs[request.output].node].wanted = true;
+        for (auto it = order_.rbegin(); it != order_.rend(); ++it) {
+            NodePlan& plan = plans_[*it];
+            if (!plan.wanted)
+                continue;
+            plan.result = context_.cache->find(plan.key);
+            if (plan.result)
+                continue;
+            plan.compute = true;
+            for (int32_t source : graph_.nodes[*it].imageInputs)
+                if (source >= 0) {
+                    plans_[static_cast<size_t>(source)].wanted = true;
+                    ++plans_[static_cast<size_t>(source)].uses;
+                }
+        }
+        for (uint32_t node : order_) {
+            NodePlan& plan = plans_[node];
+            if (plan.result) {
+                plan.channels = plan.result->channels();
+            } else if (plan.compute) {
+                const NodeKind& kind = *state_.kinds[node];
+                std::vector<int> inputChannels(kind.info.imageInputs.size(), 0);
+                const Node& record = graph_.nodes[node];
+                for (size_t slot = 0; slot < inputChannels.size() && slot < record.imageInputs.size(); ++slot)
+                    if (record.imageInputs[slot] >= 0)
+                        inputChannels[slot] = plans_[static_cast<size_t>(record.imageInputs[slot])].channels;
+                const Image* image = graphImageOf(state_, record, kind);
+                plan.channels = kind.outputChannels(inputChannels, image ? image->channels() : 0);
+            }
+        }
+    }
+
+    // Replays the evaluation's allocations to find its peak before any is made.
+    int checkLimits() const {
+        const EvaluatorLimits& limits = *context_.limits;
+        const size_t pixels = static_cast<size_t>(width_) * static_cast<size_t>(height_);
+        std::vector<uint32_t> uses(plans_.size());
+        for (uint32_t node : order_)
+            uses[node] = plans_[node].uses;
+        size_t live = 0, peak = 0;
+        uint64_t work = 0;
+        for (uint32_t node : order_) {
+            const NodePlan& plan = plans_[node];
+            size_t transient = 0;
+            if (plan.compute) {
+                const size_t bytes = Image::bytesFor(width_, height_, plan.channels);
+                work += pixels;
+                live += bytes;
+                transient = bytes * static_cast<size_t>(state_.kinds[node]->scratchImages);
+            }
+            for (const OutputRequest& request : requests_) {
+                if (graph_.outputs[request.output].node != node)
+                    continue;
+                const GraphOutput& output = graph_.outputs[request.output];
+                const int levels = mipLevelCount(width_, height_, output.mipmaps);
+                live += textureBytes(output.format, width_, height_, levels);
+                transient =
+                    std::max(transient, levels > 1 ? Image::bytesFor(width_, height_, plan.channels) / 2 : 0);
+            }
+            peak = std::max(peak, live + transient);
+            if (plan.compute && uses[node] == 0)
+                live -= Image::bytesFor(width_, height_, plan.channels);
+            if (plan.compute)
+                for (int32_t source : graph_.nodes[node].imageInputs)
+                    if (source >= 0 && plans_[static_cast<size_t>(source)].compute &&
+                        --uses[static_cast<size_t>(source)] == 0)
+                        live -=
+                            Image::bytesFor(width_, height_, plans_[static_cast<size_t>(source)].channels);
+        }
+        if (peak > limits.maxIntermediateBytes || work > limits.maxNodePixels)
+            return SubstanceStatus_LimitExceeded;
+        return SubstanceStatus_Ok;
+    }
+
+    void computeNode(uint32_t node) {
+        const Node& record = graph_.nodes[node];
+        const NodeKind& kind = *state_.kinds[node];
+        NodePlan& plan = plans_[node];
+        NodeRun run;
+        run.width = width_;
+        run.height = height_;
+        run.params = &plan.params;
+        run.randomSeed = seed_;
+        run.parallel = context_.parallel;
+        run.graphImage = graphImageOf(state_, record, kind);
+        for (size_t slot = 0; slot < kind.info.imageInputs.size(); ++slot)
+            run.inputs.push_back(slotImage(plans_, record, slot));
+        auto image = std::make_shared<Image>(width_, height_, plan.channels);
+        kind.evaluate(run, *image);
+        plan.result = std::move(image);
+        context_.cache->insert(plan.key, plan.result);
+        for (int32_t source : record.imageInputs)
+            if (source >= 0 && --plans_[static_cast<size_t>(source)].uses == 0)
+                plans_[static_cast<size_t>(source)].result.reset();
+    }
+
+    int deliverOutputsOf(uint32_t node) {
+        for (const OutputRequest& request : requests_) {
+            const GraphOutput& output = graph_.outputs[request.output];
+            if (output.node != node)
+                continue;
+            const Image& image = *plans_[node].result;
+            const int levels = mipLevelCount(width_, height_, output.mipmaps);
+            void* buffer = (*context_.allocate)(textureBytes(output.format, width_, height_, levels));
+            if (!buffer)
+                return SubstanceStatus_OutOfMemory;
+            writeTexture(image, output.format, levels, buffer, *context_.parallel);
+            SubstanceTexture texture{};
+            texture.buffer = buffer;
+            texture.level0Width = static_cast<uint16_t>(width_);
+            texture.level0Height = static_cast<uint16_t>(height_);
+            texture.pixelFormat = static_cast<uint8_t>(output.format);
+            texture.channelsOrder = SubstanceChannelOrder_RGBA;
+            texture.mipmapCount = static_cast<uint8_t>(levels);
+            (*context_.deliver)(request.engineIndex, request.jobUserData, texture);
+        }
+        return SubstanceStatus_Ok;
+    }
+
+    const GraphState& state_;
+    const Graph& graph_;
+    const std::vector<OutputRequest>& requests_;
+    const RenderContext& context_;
+    std::vector<NodePlan> plans_;
+    std::vector<uint32_t> order_;
+    int width_ = 0;
+    int height_ = 0;
+    uint32_t seed_ = 0;
+};
+
+} // namespace
+
+int renderGraph(const GraphState& graph, const std::vector<OutputRequest>& requests,
+                const RenderContext& context) {
+    return GraphRender(graph, requests, context).run();
+}
+
+} // namespace kvengine
