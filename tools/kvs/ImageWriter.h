@@ -1,0 +1,24 @@
+// Writes rendered textures as PNG (8 or 16 bits per channel) or PFM (32-bit
+// float, the simplest lossless float format).
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace kvs {
+
+// Texels as floats, rows top to bottom, channels interleaved.
+struct FloatImage {
+    int width = 0;
+    int height = 0;
+    int channels = 0; // 1 gray, 3 RGB, 4 RGBA
+    std::vector<float> texels;
+};
+
+// bitDepth 8 or 16; values are clamped to 0..1. On failure fills a one-line `error`.
+bool writePng(const std::string& path, const FloatImage& image, int bitDepth, std::string& error);
+
+// Gray images give "Pf", colour images "PF" (alpha is dropped: PFM has none).
+bool writePfm(const std::string& path, const FloatImage& image, std::string& error);
+
+} // namespace kvs
