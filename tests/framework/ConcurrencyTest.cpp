@@ -1,0 +1,73 @@
+// Shared state touched from several threads: result queues and the package
+// registry with its serialised package construction.
+#include "TestPackages.h"
+
+#include "framework/render/GraphInstance.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+using namespace SubstanceAir;
+
+namespace {
+
+TEST(Concurrency, ResultsPushedFromOtherThreadsAreEachGrabbedOnce) {
+    auto package = kvtest::loadDescription(kvtest::describe(6001, kvtest::graphWithOutput("pkg://a")));
+    GraphInstance graph(package->graphs().at(0));
+    OutputInstance& output = *graph.getOutputs().at(0);
+    const int perThread = 2000;
+    std::vector<std::thread> producers;
+    for (int t = 0; t < 3; ++t) {
+        producers.emplace_back([&output, t] {
+            for (int i = 0; i < perThread; ++i) {
+                SubstanceTexture texture = {};
+                texture.level0Width = static_cast<uint16_t>(t);
+                output.pushResult(std::unique_ptr<RenderResult>(new RenderResult(texture, nullptr)));
+            }
+        });
+    }
+    int grabbed[3] = {0, 0, 0};
+    while (grabbed[0] + grabbed[1] + grabbed[2] < 3 * perThread) {
+        if (std::unique_ptr<RenderResult> result = output.grabResult()) {
+            ++grabbed[result->getTexture().level0Width];
+        }
+    }
+    for (std::thread& producer : producers) {
+        producer.join();
+    }
+    EXPECT_FALSE(output.grabResult());
+    for (int count : grabbed) {
+        EXPECT_EQ(count, perThread);
+    }
+}
+
+TEST(Concurrency, PackagesLoadedOnSeveralThreadsKeepTheirOwnDescriptions) {
+    std::atomic<int> mismatches(0);
+    std::vector<std::thread> loaders;
+    for (unsigned int t = 0; t < 4; ++t) {
+        loaders.emplace_back([t, &mismatches] {
+            const unsigned int uid = 6100 + t;
+            const std::string url = "pkg://thread" + std::to_string(t);
+            const std::vector<char> bytes =
+                kvtest::makePackage(kvtest::describe(uid, kvtest::graphWithOutput(url)));
+            for (int i = 0; i < 20; ++i) {
+                PackageDesc package(bytes.data(), bytes.size(), nullptr);
+                if (package.asmUid() != uid || package.graphs().size() != 1 ||
+                    package.graphs()[0].packageUrl != url || !kvtest::isRegistered(uid)) {
+                    ++mismatches;
+                }
+            }
+        });
+    }
+    for (std::thread& loader : loaders) {
+        loader.join();
+    }
+    EXPECT_EQ(mismatches.load(), 0);
+    for (unsigned int t = 0; t < 4; ++t) {
+        EXPECT_FALSE(kvtest::isRegistered(6100 + t));
+    }
+}
+
+} // namespace
