@@ -1,0 +1,171 @@
+#include "EvaluatorFixtures.h"
+
+#include "engine/evaluator/PixelFormats.h"
+#include "engine/nodes/NodeCatalog.h"
+
+#include <gtest/gtest.h>
+#include <png.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+
+namespace kvtest {
+
+using namespace kvengine;
+
+Expression constantExpr(float x, float y, float z, float w) {
+    Instruction instruction;
+    instruction.op = Op::Constant;
+    instruction.value.f = {x, y, z, w};
+    return Expression{{instruction}};
+}
+
+Expression inputExpr(uint32_t inputIndex) {
+    Instruction instruction;
+    instruction.op = Op::Input;
+    instruction.index = inputIndex;
+    return Expression{{instruction}};
+}
+
+GraphBuilder::GraphBuilder(int log2Width, int log2Height) {
+    Value4 size;
+    size.i = {log2Width, log2Height, 0, 0};
+    addInput("$outputsize", InputType::Integer2, size);
+    addInput("$randomseed", InputType::Integer);
+}
+
+uint32_t GraphBuilder::addInput(const std::string& identifier, InputType type, Value4 value) {
+    GraphInput input;
+    input.uid = 1000 + static_cast<uint32_t>(graph.inputs.size());
+    input.identifier = identifier;
+    input.type = type;
+    input.defaultValue = value;
+    graph.inputs.push_back(input);
+    return static_cast<uint32_t>(graph.inputs.size() - 1);
+}
+
+int GraphBuilder::addNode(const std::string& kind,
+                          std::initializer_list<std::pair<const char*, Expression>> params,
+                          std::vector<int32_t> imageInputs, uint32_t graphInput) {
+    const NodeKindInfo* info = findNodeKind(kind);
+    Node node;
+    node.op = kind;
+    node.imageInputs = std::move(imageInputs);
+    node.graphInput = graphInput;
+    if (info) {
+        node.params.resize(info->params.size());
+        for (const auto& [name, expression] : params) {
+            const int index = findParam(*info, name);
+            if (index < 0)
+                throw std::invalid_argument("no parameter " + std::string(name) + " in " + kind);
+            node.params[static_cast<size_t>(index)] = expression;
+        }
+    }
+    graph.nodes.push_back(node);
+    return static_cast<int>(graph.nodes.size() - 1);
+}
+
+uint32_t GraphBuilder::addOutput(const std::string& identifier, int node, int format, uint32_t mipmaps) {
+    GraphOutput output;
+    output.uid = 5000 + static_cast<uint32_t>(graph.outputs.size());
+    output.identifier = identifier;
+    output.format = format;
+    output.mipmaps = mipmaps;
+    output.node = static_cast<uint32_t>(node);
+    graph.outputs.push_back(output);
+    return static_cast<uint32_t>(graph.outputs.size() - 1);
+}
+
+Assembly GraphBuilder::assembly() const {
+    Assembly assembly;
+    assembly.uid = 77;
+    assembly.graphs.push_back(graph);
+    return assembly;
+}
+
+std::map<unsigned, Rendered> renderOutputs(Evaluator& evaluator, std::vector<unsigned> outputs, int* status) {
+    if (outputs.empty())
+        for (unsigned i = 0; i < evaluator.outputCount(); ++i)
+            outputs.push_back(i);
+    std::map<unsigned, Rendered> results;
+    const int queued =
+        evaluator.queueOutputs(outputs.data(), static_cast<unsigned>(outputs.size()), false, false, 0);
+    EXPECT_EQ(queued, SubstanceStatus_Ok);
+    auto allocate = [](size_t bytes) { return std::malloc(bytes); };
+    auto deliver = [&](unsigned index, size_t, const SubstanceTexture& texture) {
+        Rendered& out = results[index];
+        out.width = texture.level0Width;
+        out.height = texture.level0Height;
+        out.format = texture.pixelFormat;
+        out.levels = texture.mipmapCount;
+        const auto* bytes = static_cast<const unsigned char*>(texture.buffer);
+        out.bytes.assign(bytes, bytes + textureBytes(out.format, out.width, out.height, out.levels));
+        std::free(texture.buffer);
+    };
+    const int rendered = evaluator.render(allocate, deliver);
+    if (status)
+        *status = rendered;
+    return results;
+}
+
+std::map<unsigned, Rendered> renderAssembly(const Assembly& assembly, unsigned threads) {
+    EvaluatorOptions options;
+    options.threadCount = threads;
+    std::unique_ptr<Evaluator> evaluator;
+    const int created = Evaluator::create(assembly, options, evaluator);
+    EXPECT_EQ(created, SubstanceStatus_Ok);
+    if (created != SubstanceStatus_Ok)
+        return {};
+    int status = 0;
+    auto results = renderOutputs(*evaluator, {}, &status);
+    EXPECT_EQ(status, SubstanceStatus_Ok);
+    return results;
+}
+
+std::vector<float> floats(const Rendered& rendered) {
+    const size_t count = static_cast<size_t>(rendered.width) * static_cast<size_t>(rendered.height) *
+                         (rendered.format == SubstancePixelFormat_RGBA32F ? 4u : 1u);
+    std::vector<float> values(count);
+    if (rendered.bytes.size() >= count * sizeof(float))
+        std::memcpy(values.data(), rendered.bytes.data(), count * sizeof(float));
+    return values;
+}
+
+uint64_t checksum(const std::vector<unsigned char>& bytes) {
+    uint64_t hash = 1469598103934665603ull;
+    for (unsigned char b : bytes)
+        hash = (hash ^ b) * 1099511628211ull;
+    return hash;
+}
+
+void dumpPng(const std::string& name, const Rendered& rendered) {
+    if (!std::getenv("KV_DUMP_PNG"))
+        return;
+    const bool gray = rendered.format == SubstancePixelFormat_L8;
+    if (!gray && (rendered.format & ~SubstancePixelFormat_Flag) != SubstancePixelFormat_RGBA8)
+        return;
+    const std::string path = "/tmp/kv-eval-" + name + ".png";
+    FILE* file = std::fopen(path.c_str(), "wb");
+    if (!file)
+        return;
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+    png_infop info = png_create_info_struct(png);
+    if (setjmp(png_jmpbuf(png)) == 0) {
+        png_init_io(png, file);
+        png_set_IHDR(png, info, static_cast<png_uint_32>(rendered.width),
+                     static_cast<png_uint_32>(rendered.height), 8,
+                     gray ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGBA, PNG_INTERLACE_NONE,
+                     PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+        png_write_info(png, info);
+        const size_t rowBytes = static_cast<size_t>(rendered.width) * (gray ? 1u : 4u);
+        for (int y = 0; y < rendered.height; ++y)
+            png_write_row(png, rendered.bytes.data() + rowBytes * static_cast<size_t>(y));
+        png_write_end(png, nullptr);
+    }
+    png_destroy_write_struct(&png, &info);
+    std::fclose(file);
+}
+
+} // namespace kvtest

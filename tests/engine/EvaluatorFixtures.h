@@ -1,0 +1,57 @@
+// Helpers for the evaluator and engine interface tests: a graph builder,
+// rendering straight through an Evaluator, checksums and an optional PNG dump
+// (set KV_DUMP_PNG=1 to write /tmp/kv-eval-<name>.png while looking at nodes).
+#pragma once
+
+#include "engine/assembly/Assembly.h"
+#include "engine/evaluator/Evaluator.h"
+
+#include <cstdint>
+#include <initializer_list>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kvtest {
+
+kvengine::Expression constantExpr(float x, float y = 0, float z = 0, float w = 0);
+kvengine::Expression inputExpr(uint32_t inputIndex);
+
+// Builds one graph. Every graph starts with $outputsize (Integer2, index 0)
+// and $randomseed (Integer, index 1).
+class GraphBuilder {
+public:
+    explicit GraphBuilder(int log2Width = 6, int log2Height = 6);
+    uint32_t addInput(const std::string& identifier, kvengine::InputType type, kvengine::Value4 value = {});
+    // Parameters by name (looked up in the catalogue); image inputs by node index, -1 for none.
+    int addNode(const std::string& kind,
+                std::initializer_list<std::pair<const char*, kvengine::Expression>> params = {},
+                std::vector<int32_t> imageInputs = {}, uint32_t graphInput = 0);
+    uint32_t addOutput(const std::string& identifier, int node, int format = 0, uint32_t mipmaps = 1);
+    kvengine::Assembly assembly() const;
+    kvengine::Graph graph;
+};
+
+struct Rendered {
+    int width = 0;
+    int height = 0;
+    int format = 0;
+    int levels = 0;
+    std::vector<unsigned char> bytes; // every level
+};
+
+// Renders the given outputs (all when empty) and returns them by engine index.
+// status receives the render's status.
+std::map<unsigned, Rendered> renderOutputs(kvengine::Evaluator& evaluator, std::vector<unsigned> outputs = {},
+                                           int* status = nullptr);
+// Creates an evaluator (asserting success) and renders every output.
+std::map<unsigned, Rendered> renderAssembly(const kvengine::Assembly& assembly, unsigned threads = 1);
+
+// Level 0 of an L32F or RGBA32F texture as floats.
+std::vector<float> floats(const Rendered& rendered);
+uint64_t checksum(const std::vector<unsigned char>& bytes);
+// Writes level 0 of an 8-bit RGBA or L texture as a PNG when KV_DUMP_PNG is set.
+void dumpPng(const std::string& name, const Rendered& rendered);
+
+} // namespace kvtest
