@@ -163,6 +163,14 @@ bool collectValues(const RenderOptions& options, const kvs::LinkedPackages& link
     return true;
 }
 
+bool isOutputOf(const std::vector<kvs::SummaryGraph>& graphs, unsigned int uid) {
+    for (const kvs::SummaryGraph& graph : graphs)
+        for (const kvs::SummaryOutput& output : graph.outputs)
+            if (output.uid == uid)
+                return true;
+    return false;
+}
+
 std::string statusText(int status) {
     return " (engine status " + std::to_string(status) + ")";
 }
@@ -215,10 +223,19 @@ int render(const RenderOptions& options) {
             return 1;
         }
 
-    std::vector<unsigned int> outputs(data.outputsCount);
-    for (unsigned int o = 0; o < data.outputsCount; ++o)
-        outputs[o] = o;
-    status = substanceHandlePushOutputs(engine.handle, 0, outputs.data(), data.outputsCount, 0);
+    // A stack shows the top graph's outputs; the bottom's connected output only feeds it.
+    std::vector<unsigned int> outputs;
+    for (unsigned int o = 0; o < data.outputsCount; ++o) {
+        SubstanceOutputDesc desc{};
+        if ((status = substanceHandleGetOutputDesc(engine.handle, o, &desc)) != 0) {
+            std::fprintf(stderr, "kvs render: cannot read output %u%s\n", o, statusText(status).c_str());
+            return 1;
+        }
+        if (linked.top.empty() || isOutputOf(linked.top, desc.outputId))
+            outputs.push_back(o);
+    }
+    status = substanceHandlePushOutputs(engine.handle, 0, outputs.data(),
+                                        static_cast<unsigned int>(outputs.size()), 0);
     if (status == 0)
         status = substanceHandleStart(engine.handle, SubstanceStart_Synchronous);
     if (status != 0) {
@@ -230,7 +247,7 @@ int render(const RenderOptions& options) {
     if (!linked.top.empty())
         graphName += "+" + kvs::graphFileName(linked.top.front().url);
     ::mkdir(options.outdir.c_str(), 0777); // an existing folder is fine; a real failure shows on write
-    for (unsigned int o = 0; o < data.outputsCount; ++o) {
+    for (unsigned int o : outputs) {
         SubstanceOutputDesc desc{};
         SubstanceTexture texture{};
         status = substanceHandleGetOutputDesc(engine.handle, o, &desc);
