@@ -5,7 +5,7 @@ namespace kvengine {
 bool isSafeEntryName(const std::string& name) {
     if (name.empty() || name.front() == '/')
         return false;
-    if (name.find_first_of("\\:") != std::string::npos || name.find('\0') != std::string::npos)
+    if (name.find_first_of("\\:") != std::string::npos)
         return false;
     size_t start = 0;
     while (start <= name.size()) {

@@ -143,9 +143,3 @@ TEST(Package, RejectsCorruptData) {
         readPackage(damaged.data(), damaged.size(), out); // any status, never a crash
     }
 }
-
-TEST(Package, WriterRefusesOversizedEntries) {
-    PackageContents contents;
-    contents.assembly.resize(PackageLimits::maxAssemblyBytes + 1);
-    EXPECT_THROW(writePackage(contents), std::runtime_error);
-}
