@@ -4,6 +4,7 @@
 
 #include "engine/assembly/AssemblyIO.h"
 #include "engine/evaluator/Evaluator.h"
+#include "engine/nodes/Image.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -21,7 +22,7 @@ struct SubstanceContext_ {
     std::unordered_set<void*> buffers; // handed out and not yet freed
 
     void* allocate(size_t bytes) {
-        void* buffer = std::malloc(bytes == 0 ? 1 : bytes);
+        void* buffer = kvengine::allocatePixelMemory(bytes);
         if (!buffer)
             return nullptr;
         std::lock_guard<std::mutex> lock(buffersMutex);

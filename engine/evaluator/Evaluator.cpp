@@ -1,6 +1,7 @@
 #include "engine/evaluator/Evaluator.h"
 
 #include "engine/assembly/AssemblyValidation.h"
+#include "engine/evaluator/BufferPool.h"
 #include "engine/evaluator/GraphRender.h"
 #include "engine/evaluator/GraphState.h"
 #include "engine/evaluator/ImageCache.h"
@@ -96,12 +97,13 @@ struct Evaluator::Impl {
     std::vector<QueuedOutput> hintQueue;
     std::vector<std::pair<unsigned, HintValue>> hints; // latest hint per input
     uint64_t imageVersion = 0;
+    BufferPool buffers; // before the cache: cached images return their buffers here
     ImageCache cache;
     ThreadPool pool;
 
     Impl(Assembly a, const EvaluatorOptions& options)
-        : assembly(std::move(a)), limits(options.limits), cache(options.limits.cacheBytes),
-          pool(options.threadCount) {}
+        : assembly(std::move(a)), limits(options.limits), buffers(options.limits.poolBytes),
+          cache(options.limits.cacheBytes), pool(options.threadCount) {}
 
     int findOutput(unsigned id, bool byUid, unsigned& index) const {
         if (!byUid) {
@@ -227,6 +229,7 @@ int Evaluator::render(const Allocate& allocate, const Deliver& deliver) {
     RenderContext context;
     context.parallel = &impl_->pool;
     context.cache = &impl_->cache;
+    context.buffers = &impl_->buffers;
     context.limits = &impl_->limits;
     context.allocate = &allocate;
     context.deliver = &deliver;

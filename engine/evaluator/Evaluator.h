@@ -25,6 +25,7 @@ struct EvaluatorLimits {
     size_t maxIntermediateBytes = size_t(4) << 30; // peak of live images, scratch and output textures
     uint64_t maxNodePixels = uint64_t(1) << 34;    // sum of pixels over the nodes one render computes
     size_t cacheBytes = size_t(512) << 20;         // results kept between renders
+    size_t poolBytes = size_t(512) << 20;          // free image buffers kept for reuse
 };
 
 struct EvaluatorOptions {

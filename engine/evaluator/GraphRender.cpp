@@ -234,7 +234,7 @@ private:
         run.graphImage = graphImageOf(state_, record, kind);
         for (size_t slot = 0; slot < kind.info.imageInputs.size(); ++slot)
             run.inputs.push_back(slotImage(plans_, record, slot));
-        auto image = std::make_shared<Image>(width_, height_, plan.channels);
+        std::shared_ptr<Image> image = context_.buffers->make(width_, height_, plan.channels);
         kind.evaluate(run, *image);
         plan.result = std::move(image);
         context_.cache->insert(plan.key, plan.result);

@@ -4,9 +4,22 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
+#include <new>
+#include <utility>
 
 namespace kvengine {
+
+// Allocates a buffer for pixels, released with std::free; null when out of
+// memory. Large buffers are aligned and backed by huge pages where the system
+// offers them: first-touch page faults otherwise dominate the cheap nodes.
+void* allocatePixelMemory(size_t bytes);
+
+struct FreePixels {
+    void operator()(float* pixels) const { std::free(pixels); }
+};
+using PixelBuffer = std::unique_ptr<float[], FreePixels>;
 
 class Image {
 public:
@@ -14,8 +27,19 @@ public:
     // Allocates uninitialised planes; callers check sizes against their limits first.
     Image(int width, int height, int channels)
         : width_(width), height_(height), channels_(channels),
-          pixels_(new float[static_cast<size_t>(width) * static_cast<size_t>(height) *
-                            static_cast<size_t>(channels)]) {}
+          pixels_(static_cast<float*>(allocatePixelMemory(bytesFor(width, height, channels)))) {
+        if (!pixels_)
+            throw std::bad_alloc();
+    }
+
+    // Takes a buffer of at least width * height * channels floats.
+    Image(int width, int height, int channels, PixelBuffer buffer)
+        : width_(width), height_(height), channels_(channels), pixels_(std::move(buffer)) {}
+    // Gives the buffer back, leaving an empty image.
+    PixelBuffer releaseBuffer() {
+        width_ = height_ = channels_ = 0;
+        return std::move(pixels_);
+    }
 
     int width() const { return width_; }
     int height() const { return height_; }
@@ -46,7 +70,7 @@ private:
     int width_ = 0;
     int height_ = 0;
     int channels_ = 0;
-    std::unique_ptr<float[]> pixels_;
+    PixelBuffer pixels_;
 };
 
 } // namespace kvengine

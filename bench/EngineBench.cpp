@@ -1,0 +1,157 @@
+// Engine throughput through the C interface, reported as megapixels per
+// second of output texels: the stone tiles material (the built sample package
+// when present, else its in-memory equivalent) and one 8-octave fBm node.
+#include "StoneTilesAssembly.h"
+
+#include "engine/assembly/AssemblyIO.h"
+#include "engine/nodes/NodeCatalog.h"
+#include "platform/engine/EngineInterface.h"
+#include "platform/engine/LinkerInterface.h"
+
+#include <benchmark/benchmark.h>
+
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+void freeOnCompletion(SubstanceHandle* handle, unsigned int index, size_t) {
+    SubstanceTexture texture{};
+    SubstanceContext* context = nullptr;
+    substanceHandleGetOutputs(handle, 0, index, 1, &texture);
+    substanceHandleGetParentContext(handle, &context);
+    if (texture.buffer)
+        substanceContextMemoryFree(context, texture.buffer);
+}
+
+// The sample package linked into an assembly, or empty when it was not built.
+std::vector<char> linkedSample() {
+    std::ifstream file(KV_BINARY_DIR "/samples/stone_tiles.mpk", std::ios::binary);
+    if (!file)
+        return {};
+    const std::vector<char> package{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    SubstanceLinkerContext* context = nullptr;
+    SubstanceLinkerHandle* handle = nullptr;
+    std::vector<char> linked;
+    if (substanceLinkerContextInit(&context, SubstanceApiVersion, SubstanceCpuEngineId) == 0 &&
+        substanceLinkerHandleInit(&handle, context) == 0 &&
+        substanceLinkerHandlePushAssemblyMemory(handle, package.data(), package.size()) == 0) {
+        const char* data = nullptr;
+        size_t size = 0;
+        if (substanceLinkerHandleLink(handle, &data, &size) == 0)
+            linked.assign(data, data + size);
+    }
+    if (handle)
+        substanceLinkerHandleRelease(handle);
+    if (context)
+        substanceLinkerContextRelease(context);
+    return linked;
+}
+
+const std::vector<char>& stoneTiles(bool& fromSample) {
+    static bool sample = false;
+    static const std::vector<char> bytes = [] {
+        std::vector<char> linked = linkedSample();
+        sample = !linked.empty();
+        return sample ? linked : kvengine::writeAssembly(kvbench::stoneTilesAssembly());
+    }();
+    fromSample = sample;
+    return bytes;
+}
+
+std::vector<char> fbmAssembly() {
+    using namespace kvengine;
+    Graph graph;
+    GraphInput size;
+    size.uid = 1;
+    size.identifier = "$outputsize";
+    size.type = InputType::Integer2;
+    graph.inputs.push_back(size);
+    Node node;
+    node.op = "noise.fbm";
+    const NodeKindInfo& kind = *findNodeKind("noise.fbm");
+    node.params.resize(kind.params.size());
+    Instruction octaves;
+    octaves.value.f = {8, 8, 8, 8};
+    node.params[static_cast<size_t>(findParam(kind, "octaves"))].code = {octaves};
+    graph.nodes.push_back(node);
+    GraphOutput output;
+    output.uid = 2;
+    output.identifier = "noise";
+    output.format = SubstancePixelFormat_L8;
+    output.mipmaps = 1;
+    graph.outputs.push_back(output);
+    Assembly assembly;
+    assembly.uid = 3;
+    assembly.graphs.push_back(graph);
+    return writeAssembly(assembly);
+}
+
+// Renders every output of the assembly at 2^log2 squared; a fresh handle per
+// iteration so that no result comes from the engine's cache.
+void renderAll(benchmark::State& state, const std::vector<char>& assembly) {
+    const int log2 = static_cast<int>(state.range(0));
+    SubstanceContext* context = nullptr;
+    if (substanceContextInit(&context, nullptr) != 0 ||
+        substanceContextSetCallback(context, SubstanceCallback_OutputCompleted,
+                                    reinterpret_cast<SubstanceCallback>(&freeOnCompletion)) != 0) {
+        state.SkipWithError("no engine context");
+        return;
+    }
+    for (auto _ : state) {
+        state.PauseTiming();
+        SubstanceHandle* handle = nullptr;
+        if (substanceHandleInit(&handle, context, assembly.data(), assembly.size(), nullptr) != 0) {
+            state.SkipWithError("assembly rejected");
+            break;
+        }
+        SubstanceDataDesc desc{};
+        substanceHandleGetDesc(handle, &desc);
+        for (unsigned i = 0; i < desc.inputsCount; ++i) {
+            SubstanceInputDesc input{};
+            substanceHandleGetInputDesc(handle, i, &input);
+            if (std::string(input.identifier) == "$outputsize") {
+                const int size[2] = {log2, log2};
+                substanceHandlePushSetInput(handle, 0, i, SubstanceInputType_Integer2, size, 0);
+            }
+        }
+        std::vector<unsigned> outputs(desc.outputsCount);
+        for (unsigned i = 0; i < desc.outputsCount; ++i)
+            outputs[i] = i;
+        substanceHandlePushOutputs(handle, 0, outputs.data(), desc.outputsCount, 0);
+        state.ResumeTiming();
+        const int status = substanceHandleStart(handle, SubstanceStart_Synchronous);
+        state.PauseTiming();
+        substanceHandleRelease(handle);
+        state.ResumeTiming();
+        if (status != 0) {
+            state.SkipWithError("render failed");
+            break;
+        }
+    }
+    substanceContextRelease(context);
+    const double pixels = static_cast<double>(1 << log2) * static_cast<double>(1 << log2);
+    state.counters["MPix/s"] = benchmark::Counter(pixels * 1e-6 * static_cast<double>(state.iterations()),
+                                                  benchmark::Counter::kIsRate);
+}
+
+void StoneTiles(benchmark::State& state) {
+    bool fromSample = false;
+    const std::vector<char>& assembly = stoneTiles(fromSample);
+    state.SetLabel(fromSample ? "sample package" : "in-memory equivalent");
+    renderAll(state, assembly);
+}
+BENCHMARK(StoneTiles)->Arg(10)->Arg(11)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void Fbm8Octaves(benchmark::State& state) {
+    static const std::vector<char> assembly = fbmAssembly();
+    renderAll(state, assembly);
+}
+BENCHMARK(Fbm8Octaves)->Arg(11)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+} // namespace
+
+BENCHMARK_MAIN();
