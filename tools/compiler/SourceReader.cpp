@@ -14,7 +14,7 @@ namespace kvcompiler {
 
 namespace {
 
-using Json = nlohmann::json;
+using Json = nlohmann::ordered_json; // keeps presets and parameters in source order
 
 using Place = SourcePlace;
 
