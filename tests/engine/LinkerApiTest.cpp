@@ -280,15 +280,26 @@ TEST_F(LinkerApi, RequestsWithUnknownUidsOrWrongTypesFail) {
     EXPECT_EQ(substanceLinkerFuseInputs(handle_, 100, 999), SubstanceStatus_UnknownUid);
     EXPECT_EQ(substanceLinkerFuseInputs(handle_, 100, 100), SubstanceStatus_InvalidArgument);
 
-    // No fusion chains, and a fused input takes no connection.
-    ASSERT_EQ(substanceLinkerFuseInputs(handle_, 100, 300), 0);
-    EXPECT_EQ(substanceLinkerFuseInputs(handle_, 300, 100), SubstanceStatus_InvalidState);
-    EXPECT_EQ(substanceLinkerFuseInputs(handle_, 100, 300), SubstanceStatus_InvalidState);
-
-    // Failed requests left nothing behind: the link is the plain merge plus the fusion.
+    // Failed requests left nothing behind: the link is the plain merge.
     const Graph linked = link();
-    EXPECT_EQ(linked.inputs.size(), 4u);
+    EXPECT_EQ(linked.inputs.size(), 5u);
     EXPECT_EQ(linked.outputs.size(), 3u);
+}
+
+TEST_F(LinkerApi, FusionsDoNotChain) {
+    pushStack();
+    ASSERT_EQ(push(package(33, kvtest::topGraph(2000))), 0);
+    ASSERT_EQ(substanceLinkerFuseInputs(handle_, 100, 300), 0);
+    EXPECT_EQ(substanceLinkerFuseInputs(handle_, 300, 2300), SubstanceStatus_InvalidState); // 300 is gone
+    EXPECT_EQ(substanceLinkerFuseInputs(handle_, 2300, 100), SubstanceStatus_InvalidState); // 100 keeps 300
+    EXPECT_EQ(substanceLinkerFuseInputs(handle_, 101, 300), SubstanceStatus_Incompatible);
+    ASSERT_EQ(substanceLinkerConnectOutputToInput(handle_, 2301, 400), 0);
+    EXPECT_EQ(substanceLinkerFuseInputs(handle_, 301, 2301), SubstanceStatus_InvalidState); // 2301 is fed
+    ASSERT_EQ(substanceLinkerFuseInputs(handle_, 100, 2300), 0); // one input may keep several
+    std::set<uint32_t> uids;
+    for (const GraphInput& input : link().inputs)
+        uids.insert(input.uid);
+    EXPECT_EQ(uids, (std::set<uint32_t>{100, 101, 301, 302, 2302}));
 }
 
 TEST_F(LinkerApi, ConnectionsThatLoopAreCycles) {
