@@ -104,7 +104,7 @@ protected:
         return substanceLinkerHandleLink(handle_, &data, &size);
     }
 
-    // The stack of Part of the library: base under top, top's image input fed by basecolor.
+    // A package stack as the library builds one: base pushed under top.
     void pushStack() {
         ASSERT_EQ(push(package(11, kvtest::baseGraph(0))), 0);
         ASSERT_EQ(push(package(22, kvtest::topGraph(0))), 0);
