@@ -17,8 +17,7 @@ std::vector<char> buildZip(const std::vector<ZipEntry>& entries) {
     zip_source_keep(buffer);
     for (const ZipEntry& entry : entries) {
         zip_source_t* data = zip_source_buffer(archive, entry.content.data(), entry.content.size(), 0);
-        // ZIP_FL_OVERWRITE is left out on purpose: duplicates are added as such only when the
-        // names differ in bytes, so duplicate names are produced by the caller patching bytes.
+        // libzip refuses duplicate names; tests make them by patching the archive bytes.
         const zip_int64_t index = zip_file_add(archive, entry.name.c_str(), data, 0);
         if (index < 0)
             throw std::runtime_error(zip_strerror(archive));
