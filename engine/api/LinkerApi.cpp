@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <new>
+#include <utility>
 #include <vector>
 
 struct SubstanceLinkerContext_ {
@@ -100,10 +101,10 @@ int substanceLinkerHandlePushAssemblyMemory(SubstanceLinkerHandle* handle, const
         if (int status = kvengine::unpackPushed(data, size, content))
             return status;
         // Added before the callbacks run, so a refused push delivers nothing.
-        if (int status = handle->linker.push(content.assembly))
+        const unsigned int uid = content.assembly.uid;
+        if (int status = handle->linker.push(std::move(content.assembly)))
             return status;
         const SubstanceLinkerContext* context = handle->context;
-        const unsigned int uid = content.assembly.uid;
         if (content.fromPackage && context->onDescription != nullptr)
             context->onDescription(handle, uid, content.description.c_str());
         if (context->onAssembly != nullptr)

@@ -112,6 +112,7 @@ private:
     }
 
     void mergeNodes() {
+        merged_.nodes.reserve(bypass_.size());
         for (uint32_t g = 0; g < plan_.graphs.size(); ++g) {
             for (const Node& source : plan_.graphs[g].nodes) {
                 Node node = source;
@@ -179,6 +180,7 @@ private:
         }
         std::vector<int32_t> renumbered(merged_.nodes.size(), kNoNode);
         std::vector<Node> kept;
+        kept.reserve(merged_.nodes.size());
         for (size_t n = 0; n < merged_.nodes.size(); ++n)
             if (needed[n]) {
                 renumbered[n] = static_cast<int32_t>(kept.size());

@@ -29,17 +29,23 @@ bool isKnownPixelFormat(int32_t format) {
     }
 }
 
-int Linker::push(const Assembly& assembly) {
+int Linker::push(Assembly assembly) {
     if (assembly.graphs.size() > AssemblyLimits::maxGraphs - plan_.graphs.size())
         return SubstanceStatus_LimitExceeded;
-    // Copy first, commit after: a failed allocation leaves the plan as it was.
-    LinkPlan next = plan_;
-    for (const Graph& graph : assembly.graphs) {
-        next.graphs.push_back(graph);
-        next.dropped.emplace_back(graph.outputs.size(), false);
+    const size_t graphsBefore = plan_.graphs.size();
+    const size_t pushesBefore = plan_.assemblyUids.size();
+    try {
+        plan_.assemblyUids.push_back(assembly.uid);
+        for (Graph& graph : assembly.graphs) {
+            plan_.dropped.emplace_back(graph.outputs.size(), false);
+            plan_.graphs.push_back(std::move(graph));
+        }
+    } catch (...) { // leave the plan as it was
+        plan_.graphs.resize(graphsBefore);
+        plan_.dropped.resize(graphsBefore);
+        plan_.assemblyUids.resize(pushesBefore);
+        throw;
     }
-    next.assemblyUids.push_back(assembly.uid);
-    plan_ = std::move(next);
     return SubstanceStatus_Ok;
 }
 

@@ -13,7 +13,7 @@ namespace kvengine {
 
 class Linker {
 public:
-    int push(const Assembly& assembly);
+    int push(Assembly assembly);
     int setOutputFormat(uint32_t outputUid, int32_t format, uint32_t mipmaps);
     int connect(uint32_t inputUid, uint32_t outputUid);
     int select(uint32_t selectionCode, uint32_t outputUid);
