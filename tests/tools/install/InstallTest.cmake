@@ -1,0 +1,53 @@
+# Installs the build tree into a fresh prefix, builds the host program once
+# through pkg-config and once through find_package, and runs both on the
+# sample description.
+#   cmake -DBUILD_DIR=... -DWORK_DIR=... -DHOST_DIR=... -DSAMPLE=... -DCXX=...
+#         [-DSANITIZE=address,undefined] -P InstallTest.cmake
+foreach(var BUILD_DIR WORK_DIR HOST_DIR SAMPLE CXX)
+    if(NOT DEFINED ${var})
+        message(FATAL_ERROR "InstallTest.cmake needs -D${var}=...")
+    endif()
+endforeach()
+
+function(run)
+    execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
+    if(NOT status EQUAL 0)
+        message(FATAL_ERROR "failed (${status}): ${ARGN}\n${out}\n${err}")
+    endif()
+    set(run_output "${out}" PARENT_SCOPE)
+endfunction()
+
+function(expect_host_output program)
+    run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${prefix}/lib ${program} ${SAMPLE})
+    if(NOT run_output STREQUAL "pkg://painted_plaster paint_wear=0.35\n")
+        message(FATAL_ERROR "${program} printed '${run_output}'")
+    endif()
+endfunction()
+
+set(prefix ${WORK_DIR}/prefix)
+file(REMOVE_RECURSE ${WORK_DIR})
+run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
+
+set(sanitize_flags "")
+if(SANITIZE)
+    set(sanitize_flags -fsanitize=${SANITIZE})
+endif()
+
+# pkg-config
+file(GLOB_RECURSE pc_files ${prefix}/*/kvsubstance.pc)
+list(LENGTH pc_files pc_count)
+if(NOT pc_count EQUAL 1)
+    message(FATAL_ERROR "expected one installed kvsubstance.pc, found: ${pc_files}")
+endif()
+get_filename_component(pc_dir ${pc_files} DIRECTORY)
+run(${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${pc_dir} pkg-config --cflags --libs kvsubstance)
+separate_arguments(pc_flags UNIX_COMMAND "${run_output}")
+run(${CXX} -std=c++17 ${sanitize_flags} ${HOST_DIR}/host.cpp ${pc_flags} -o ${WORK_DIR}/host_pkgconfig)
+expect_host_output(${WORK_DIR}/host_pkgconfig)
+
+# find_package
+string(REPLACE ";" " " sanitize_string "${sanitize_flags}")
+run(${CMAKE_COMMAND} -S ${HOST_DIR} -B ${WORK_DIR}/host_build -DCMAKE_PREFIX_PATH=${prefix}
+    -DCMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=${sanitize_string}")
+run(${CMAKE_COMMAND} --build ${WORK_DIR}/host_build)
+expect_host_output(${WORK_DIR}/host_build/host)
