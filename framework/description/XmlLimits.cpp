@@ -67,21 +67,91 @@ private:
         return true;
     }
 
-    // TinyXML honours quotes in some declaration attributes and not in
-    // others; a '>' inside quotes would make the two readings differ.
+    // Past whitespace within a declaration; bytes from 128 up are refused
+    // there because the parser may take some of them for whitespace.
+    bool skipDeclarationSpace() {
+        while (p < end && std::isspace(static_cast<unsigned char>(*p)) != 0) {
+            ++p;
+        }
+        return p == end || static_cast<unsigned char>(*p) < 128;
+    }
+
+    bool startsWithNoCase(const char* word) const {
+        const size_t length = std::strlen(word);
+        if (static_cast<size_t>(end - p) < length) {
+            return false;
+        }
+        for (size_t i = 0; i < length; ++i) {
+            if (std::tolower(static_cast<unsigned char>(p[i])) != word[i]) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    // TinyXML reads the version, encoding and standalone attributes of an
+    // XML declaration with their quoted values, which may hold '>', and reads
+    // over anything else up to white space or '>'. This follows it exactly;
+    // where it would fail, nothing after is parsed and the scan stops.
     bool readDeclaration() {
-        char quote = 0;
-        for (++p; p < end; ++p) {
-            if (quote != 0) {
-                if (*p == quote) {
-                    quote = 0;
-                } else if (*p == '>') {
+        if (!startsWithNoCase("<?xml")) {
+            skipPast(">"); // any other processing instruction is an unknown node
+            return true;
+        }
+        p += 5;
+        while (p < end) {
+            if (*p == '>') {
+                ++p;
+                return true;
+            }
+            if (!skipDeclarationSpace()) {
+                return false;
+            }
+            if (startsWithNoCase("version") || startsWithNoCase("encoding") ||
+                startsWithNoCase("standalone")) {
+                if (!readDeclarationAttribute()) {
                     return false;
                 }
-            } else if (*p == '"' || *p == '\'') {
-                quote = *p;
-            } else if (*p == '>') {
-                ++p;
+                continue;
+            }
+            for (; p < end && *p != '>' && std::isspace(static_cast<unsigned char>(*p)) == 0; ++p) {
+                if (static_cast<unsigned char>(*p) >= 128) {
+                    return false;
+                }
+            }
+        }
+        return true;
+    }
+
+    // One name="value" pair; a malformed one ends the parse, and the scan.
+    bool readDeclarationAttribute() {
+        for (; p < end &&
+               (std::isalnum(static_cast<unsigned char>(*p)) != 0 || std::strchr("_-.:", *p) != nullptr);
+             ++p) {
+        }
+        if (p < end && static_cast<unsigned char>(*p) >= 127) {
+            return false; // the parser would take it as part of the name
+        }
+        if (!skipDeclarationSpace()) {
+            return false;
+        }
+        if (p == end || *p != '=') {
+            p = end;
+            return true;
+        }
+        ++p;
+        if (!skipDeclarationSpace()) {
+            return false;
+        }
+        if (p < end && (*p == '"' || *p == '\'')) {
+            const char* close =
+                static_cast<const char*>(std::memchr(p + 1, *p, static_cast<size_t>(end - p - 1)));
+            p = close != nullptr ? close + 1 : end;
+            return true;
+        }
+        for (; p < end && *p != '/' && *p != '>' && std::isspace(static_cast<unsigned char>(*p)) == 0; ++p) {
+            if (*p == '"' || *p == '\'') {
+                p = end;
                 return true;
             }
         }

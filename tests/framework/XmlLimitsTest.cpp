@@ -49,8 +49,13 @@ TEST(XmlLimits, IsNotFooledByMarkupInsideQuotesOrDeclarations) {
     const std::string deep = nested(maxXmlDepth + 1);
     // A quoted '>' that hides closing tags from a naive scan.
     EXPECT_FALSE(isXmlWithinLimits(("<r a=\"></a></a></a>\">" + deep + "</r>").c_str()));
-    // A declaration whose quoted value opens a comment for a naive scan only.
-    EXPECT_FALSE(isXmlWithinLimits(("<?xml version=\"x><!--\" ?><r>" + deep + "--></r>").c_str()));
+    // Declarations whose quoted values open a comment for a naive scan only.
+    for (const char* declaration : {"<?xml version=\"x><!--\" ?>", "<?XML foo=\"a version=\"x><!--\" ?>",
+                                    "<?xml foo='a version=\"x'y><!--\" ?>", "<?xml encoding = 'x><!--'?>"}) {
+        EXPECT_FALSE(isXmlWithinLimits((declaration + ("<r>" + deep + "--></r>")).c_str())) << declaration;
+    }
+    EXPECT_TRUE(isXmlWithinLimits("<?xml version=\"1.0\" encoding='UTF-8' standalone=\"yes\"?><r/>"));
+    EXPECT_TRUE(isXmlWithinLimits(("<?pi a='?><!-- '?>" + deep + "-->").c_str()));
     // Closing tags at the top level cannot pay for later depth.
     EXPECT_FALSE(isXmlWithinLimits((std::string(2000, ' ') + nested(1000, "", "</a>") + deep).c_str()));
 }
