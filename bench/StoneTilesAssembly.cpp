@@ -20,6 +20,19 @@ Expression constant(float x, float y = 0, float z = 0, float w = 0) {
     return Expression{{instruction}};
 }
 
+// f(input + offset, limit): roughness windows such as max(roughness - 0.2, 0).
+Expression shifted(uint32_t input, float offset, Op limitOp, float limit) {
+    Instruction read, add, bound, apply;
+    read.op = Op::Input;
+    read.index = input;
+    add.value.f = {offset, offset, offset, offset};
+    bound.value.f = {limit, limit, limit, limit};
+    apply.op = limitOp;
+    Instruction plus;
+    plus.op = Op::Add;
+    return Expression{{read, add, plus, bound, apply}};
+}
+
 class Builder {
 public:
     int node(const char* kind, std::initializer_list<std::pair<const char*, Expression>> params,
@@ -63,6 +76,13 @@ Assembly stoneTilesAssembly() {
     seed.identifier = "$randomseed";
     seed.type = InputType::Integer;
     b.graph.inputs.push_back(seed);
+    GraphInput roughness;
+    roughness.uid = 3;
+    roughness.identifier = "roughness";
+    roughness.type = InputType::Float;
+    roughness.defaultValue.f = {0.7f, 0, 0, 0};
+    b.graph.inputs.push_back(roughness);
+    const uint32_t roughnessInput = 2;
 
     const int bricks = b.node("pattern.bricks", {{"bricks", constant(4, 4)},
                                                  {"mortar", constant(0.08f)},
@@ -98,7 +118,10 @@ Assembly stoneTilesAssembly() {
     const int albedo = b.node("blend", {{"mode", constant(6)}, {"opacity", constant(0.6f)}}, {height, flat});
     const int normal = b.node("normal.from_height", {{"intensity", constant(1)}}, {height});
     const int depth = b.node("invert", {}, {height});
-    const int rough = b.node("levels", {{"out_low", constant(0.5f)}, {"out_high", constant(0.9f)}}, {depth});
+    const int rough = b.node("levels",
+                             {{"out_low", shifted(roughnessInput, -0.2f, Op::Maximum, 0)},
+                              {"out_high", shifted(roughnessInput, 0.2f, Op::Minimum, 1)}},
+                             {depth});
     b.output("Output", albedo, SubstancePixelFormat_RGBA8);
     b.output("height", height, SubstancePixelFormat_L16);
     b.output("normal", normal, SubstancePixelFormat_RGBA8);

@@ -42,40 +42,48 @@ void evaluate(const NodeRun& run, Image& out) {
     const float toCellsY = static_cast<float>(cells) / static_cast<float>(run.height);
 
     run.parallel->run(run.height, [&](int y0, int y1) {
+        std::vector<float> d1(static_cast<size_t>(run.width)), d2(d1.size()), nearest(d1.size());
         for (int y = y0; y < y1; ++y) {
-            float* row = out.row(0, y);
             const float py = (static_cast<float>(y) + 0.5f) * toCellsY;
             const int cy = std::min(static_cast<int>(py), cells - 1);
-            for (int x = 0; x < run.width; ++x) {
-                const float px = (static_cast<float>(x) + 0.5f) * toCellsX;
-                const int cx = std::min(static_cast<int>(px), cells - 1);
-                float d1 = 1e30f, d2 = 1e30f, nearestValue = 0.0f;
+            std::fill(d1.begin(), d1.end(), 1e30f);
+            std::fill(d2.begin(), d2.end(), 1e30f);
+            // Runs of pixels sharing a cell see the same 3 x 3 feature points;
+            // the loop over a run keeps the two nearest without branches.
+            int x = 0;
+            for (int cx = 0; cx < cells && x < run.width; ++cx) {
+                int end =
+                    static_cast<int>(std::ceil((static_cast<double>(cx) + 1.0) * run.width / cells - 0.5));
+                end = std::clamp(end, x, run.width);
                 for (int dy = -1; dy <= 1; ++dy) {
                     const size_t rowBase = static_cast<size_t>(wrapIndex(cy + dy, cells)) * cells;
                     for (int dx = -1; dx <= 1; ++dx) {
                         const size_t k = rowBase + static_cast<size_t>(wrapIndex(cx + dx, cells));
-                        const float ex = static_cast<float>(cx + dx) + points.x[k] - px;
+                        const float fx = static_cast<float>(cx + dx) + points.x[k];
                         const float ey = static_cast<float>(cy + dy) + points.y[k] - py;
-                        const float d = ex * ex + ey * ey;
-                        if (d < d1) {
-                            d2 = d1;
-                            d1 = d;
-                            nearestValue = points.value[k];
-                        } else if (d < d2) {
-                            d2 = d;
+                        const float ey2 = ey * ey;
+                        const float value = points.value[k];
+                        for (int i = x; i < end; ++i) {
+                            const float ex = fx - (static_cast<float>(i) + 0.5f) * toCellsX;
+                            const float d = ex * ex + ey2;
+                            const bool closest = d < d1[i];
+                            d2[i] = std::min(d2[i], std::max(d1[i], d));
+                            nearest[i] = closest ? value : nearest[i];
+                            d1[i] = std::min(d1[i], d);
                         }
                     }
                 }
-                d1 = std::sqrt(d1);
-                d2 = std::sqrt(d2);
-                float result = nearestValue;
-                if (mode == F1)
-                    result = d1;
-                else if (mode == F2)
-                    result = d2;
-                else if (mode == F2MinusF1)
-                    result = d2 - d1;
-                row[x] = clamp01(result);
+                x = end;
+            }
+            float* row = out.row(0, y);
+            for (int i = 0; i < run.width; ++i) {
+                const float f1 = std::sqrt(d1[i]);
+                const float f2 = std::sqrt(d2[i]);
+                const float result = mode == F1          ? f1
+                                     : mode == F2        ? f2
+                                     : mode == F2MinusF1 ? f2 - f1
+                                                         : nearest[i];
+                row[i] = clamp01(result);
             }
         }
     });
