@@ -44,14 +44,19 @@ TEST(Concurrency, ResultsPushedFromOtherThreadsAreEachGrabbedOnce) {
 }
 
 TEST(Concurrency, PackagesLoadedOnSeveralThreadsKeepTheirOwnDescriptions) {
+    // Packages are written up front: the ZIP writer is not what is under test.
+    std::vector<std::vector<char>> packages;
+    for (unsigned int t = 0; t < 4; ++t) {
+        packages.push_back(kvtest::makePackage(
+            kvtest::describe(6100 + t, kvtest::graphWithOutput("pkg://thread" + std::to_string(t)))));
+    }
     std::atomic<int> mismatches(0);
     std::vector<std::thread> loaders;
     for (unsigned int t = 0; t < 4; ++t) {
-        loaders.emplace_back([t, &mismatches] {
+        loaders.emplace_back([t, &packages, &mismatches] {
             const unsigned int uid = 6100 + t;
             const std::string url = "pkg://thread" + std::to_string(t);
-            const std::vector<char> bytes =
-                kvtest::makePackage(kvtest::describe(uid, kvtest::graphWithOutput(url)));
+            const std::vector<char>& bytes = packages[t];
             for (int i = 0; i < 20; ++i) {
                 PackageDesc package(bytes.data(), bytes.size(), nullptr);
                 if (package.asmUid() != uid || package.graphs().size() != 1 ||
