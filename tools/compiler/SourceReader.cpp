@@ -271,6 +271,8 @@ GraphSource readGraph(const Json& json, const Place& filePlace) {
     if (!json.is_object())
         filePlace.fail("every graph must be an object");
     std::string url = readString(json, "url", filePlace / "graph", true);
+    if (url.empty())
+        (filePlace / "graph").fail("'url' must not be empty");
     Place place = filePlace / ("graph '" + url + "'");
     checkKeys(json, place, {"url", "label", "description", "inputs", "outputs", "presets", "nodes"});
     GraphSource graph;
@@ -299,7 +301,7 @@ PackageSource readPackageSource(const std::string& jsonText, const std::string& 
     Json json;
     try {
         json = Json::parse(jsonText);
-    } catch (const Json::parse_error& e) {
+    } catch (const Json::exception& e) { // syntax errors, and numbers beyond double range
         std::string message = e.what();
         size_t bracket = message.find("] ");
         place.fail("not valid JSON: " +

@@ -314,6 +314,10 @@ TEST(CompilerErrors, MalformedSourcesGiveOneLine) {
     EXPECT_EQ(sourceError("[1, 2]"), "bad.json: expected an object");
     EXPECT_EQ(sourceError("{\"graphs\": [1]}"), "bad.json: every graph must be an object");
     EXPECT_EQ(sourceError(R"({"graphs": [{"label": "x"}]})"), "bad.json: graph: missing 'url'");
+    EXPECT_EQ(sourceError(R"({"graphs": [{"url": ""}]})"), "bad.json: graph: 'url' must not be empty");
+    EXPECT_EQ(
+        sourceError(R"({"graphs": [{"url": "x", "label": 1e999}]})").rfind("bad.json: not valid JSON: ", 0),
+        0u);
     std::string deep = "{\"graphs\": " + std::string(200000, '[') + std::string(200000, ']') + "}";
     EXPECT_EQ(sourceError(deep), "bad.json: every graph must be an object");
     EXPECT_NE(sourceError(std::string(5u << 20, ' ')).find("source larger than"), std::string::npos);
