@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory>
 #include <tinyxml.h>
+#include <unordered_set>
 
 namespace kvSubstance {
 
@@ -214,13 +215,20 @@ void SubstanceReader::readXMLInputDependencies(const TiXmlElement* element, Subs
     const char* altered = element->Attribute("alteroutputs");
     if (!altered)
         return;
-    for (const kvString::CString& piece : kvUtil::split(kvString::CString(altered), ',', true, false)) {
-        SubstanceEntity* target = substance.getEntity(internal::parseLeadingUnsigned(piece.asChar()));
-        if (!target)
+    // A uid listed twice is connected once, so a long list repeating one uid
+    // cannot blow up into millions of connections. The list is walked in
+    // place, piece by piece, as split(list, ',', true, false) would cut it.
+    std::unordered_set<const SubstanceEntity*> connected;
+    for (const char* piece = altered; *piece; ++piece) {
+        if (*piece == ',')
             continue;
-        input.getModifiedSignal().connect(std::make_unique<kvRTB::FunctionVoidMember<SubstanceEntity>>(
-                                              target, &SubstanceEntity::onModified),
-                                          &target->getReceiverTracking());
+        SubstanceEntity* target = substance.getEntity(internal::parseLeadingUnsigned(piece));
+        if (target && connected.insert(target).second)
+            input.getModifiedSignal().connect(std::make_unique<kvRTB::FunctionVoidMember<SubstanceEntity>>(
+                                                  target, &SubstanceEntity::onModified),
+                                              &target->getReceiverTracking());
+        while (piece[1] && piece[1] != ',')
+            ++piece;
     }
 }
 

@@ -1,6 +1,5 @@
 #include "platform/base/Signal.h"
 
-#include <algorithm>
 #include <atomic>
 #include <mutex>
 
@@ -17,7 +16,8 @@ struct SignalBase::Connection {
     // The fields below change only under the topology mutex.
     SignalBase* sender = nullptr;
     SignalBase* receiver = nullptr;
-    ConnectionPtr next; // kept when dropped, so a running emission can go on
+    ConnectionPtr next;         // kept when dropped, so a running emission can go on
+    Connection* prev = nullptr; // null for the first connection
 };
 
 namespace {
@@ -42,6 +42,27 @@ void SignalBase::waitForRunningCallbacks(const std::vector<ConnectionPtr>& dropp
     }
 }
 
+void SignalBase::unlinkLocked(const ConnectionPtr& item) {
+    item->removed = true;
+    if (SignalBase* sender = item->sender) {
+        Connection* previous = item->prev;
+        Connection* following = item->next.get();
+        if (previous)
+            previous->next = item->next;
+        else
+            sender->m_head = item->next;
+        if (following)
+            following->prev = previous;
+        else
+            sender->m_tail = previous;
+    }
+    if (SignalBase* receiver = item->receiver)
+        receiver->m_received.erase(item);
+    item->sender = nullptr;
+    item->receiver = nullptr;
+    item->prev = nullptr;
+}
+
 SignalBase::~SignalBase() {
     std::vector<ConnectionPtr> dropped;
     {
@@ -49,29 +70,9 @@ SignalBase::~SignalBase() {
         for (ConnectionPtr item = m_head; item; item = item->next)
             dropped.push_back(item);
         dropped.insert(dropped.end(), m_received.begin(), m_received.end());
-        for (const ConnectionPtr& item : dropped) {
-            if (item->removed.exchange(true))
-                continue;
-            if (SignalBase* sender = item->sender) {
-                if (sender->m_head == item) {
-                    sender->m_head = item->next;
-                } else {
-                    ConnectionPtr previous = sender->m_head;
-                    while (previous && previous->next != item)
-                        previous = previous->next;
-                    if (previous)
-                        previous->next = item->next;
-                }
-            }
-            if (SignalBase* receiver = item->receiver) {
-                auto& list = receiver->m_received;
-                list.erase(std::remove(list.begin(), list.end(), item), list.end());
-            }
-            item->sender = nullptr;
-            item->receiver = nullptr;
-        }
-        m_head.reset();
-        m_received.clear();
+        for (const ConnectionPtr& item : dropped)
+            if (!item->removed)
+                unlinkLocked(item);
     }
     waitForRunningCallbacks(dropped);
 }
@@ -84,16 +85,14 @@ void SignalBase::connect(std::unique_ptr<FunctionBase> callback, SignalBase* rec
     item->sender = this;
     item->receiver = receiver;
     std::lock_guard<std::mutex> topology(topologyMutex());
-    if (!m_head) {
+    item->prev = m_tail;
+    if (m_tail)
+        m_tail->next = item;
+    else
         m_head = item;
-    } else {
-        Connection* last = m_head.get();
-        while (last->next)
-            last = last->next.get();
-        last->next = item;
-    }
+    m_tail = item.get();
     if (receiver)
-        receiver->m_received.push_back(item);
+        receiver->m_received.insert(item);
 }
 
 void SignalBase::emit() {
@@ -119,25 +118,11 @@ void SignalBase::disconnect(const void* object) {
     std::vector<ConnectionPtr> dropped;
     {
         std::lock_guard<std::mutex> topology(topologyMutex());
-        ConnectionPtr previous;
-        for (ConnectionPtr item = m_head; item; item = item->next) {
-            if (!item->callback->isBoundTo(object)) {
-                previous = item;
-                continue;
-            }
-            item->removed = true;
-            if (previous)
-                previous->next = item->next;
-            else
-                m_head = item->next;
-            if (SignalBase* receiver = item->receiver) {
-                auto& list = receiver->m_received;
-                list.erase(std::remove(list.begin(), list.end(), item), list.end());
-            }
-            item->sender = nullptr;
-            item->receiver = nullptr;
-            dropped.push_back(item);
-        }
+        for (ConnectionPtr item = m_head; item; item = item->next)
+            if (item->callback->isBoundTo(object))
+                dropped.push_back(item);
+        for (const ConnectionPtr& item : dropped)
+            unlinkLocked(item);
     }
     waitForRunningCallbacks(dropped);
 }

@@ -15,6 +15,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <unordered_set>
 #include <vector>
 
 namespace kvRTB {
@@ -75,8 +76,13 @@ private:
 
     static void waitForRunningCallbacks(const std::vector<ConnectionPtr>& dropped);
 
-    ConnectionPtr m_head;                  // connection list, in connection order
-    std::vector<ConnectionPtr> m_received; // connections naming this signal as receiver
+    // Unlinks a connection from its sender's list and its receiver's set and
+    // marks it removed; the caller holds the topology mutex.
+    static void unlinkLocked(const ConnectionPtr& item);
+
+    ConnectionPtr m_head;                         // connection list, in connection order
+    Connection* m_tail = nullptr;                 // its last connection
+    std::unordered_set<ConnectionPtr> m_received; // connections naming this signal as receiver
 };
 
 } // namespace kvRTB

@@ -148,13 +148,13 @@ TEST(SubstanceReader, GuiRangesAndTheSharedHasDefaultRule) {
 }
 
 TEST(SubstanceReader, DependenciesConnectOnlyKnownEntities) {
-    kv::Reference<Substance> material = read(
-        describe(kOutput, input("uid=\"1\" identifier=\"a\" type=\"0\" alteroutputs=\"5,99\"") +
-                              input("uid=\"2\" identifier=\"b\" type=\"0\" alteroutputs=\"1,2,bogus\"")));
+    kv::Reference<Substance> material = read(describe(
+        kOutput, input("uid=\"1\" identifier=\"a\" type=\"0\" alteroutputs=\"5,99\"") +
+                     input("uid=\"2\" identifier=\"b\" type=\"0\" alteroutputs=\"1,2,bogus,1,01\"")));
     ASSERT_TRUE(material);
     SubstanceInput* a = material->getInput(CString("a"));
     SubstanceInput* b = material->getInput(CString("b"));
-    // The material's own connection plus one per known uid.
+    // The material's own connection plus one per known uid; repeats connect once.
     EXPECT_EQ(a->getModifiedSignal().connectionCount(), 2u);
     EXPECT_EQ(b->getModifiedSignal().connectionCount(), 3u);
     kvtest::NotificationCounter counter(*material);
