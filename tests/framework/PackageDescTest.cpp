@@ -111,6 +111,15 @@ TEST(PackageGraphs, KeepsTheAssemblyTheLinkerDelivered) {
     EXPECT_NE(package.assembly(), packageBytes);
 }
 
+TEST(PackageGraphs, PushThatDeliversNothingReusesThePreviousPackagesContent) {
+    auto first = loadDescription(describe(2008, graphWithOutput("pkg://kept")));
+    const char garbage[] = "not a package";
+    PackageDesc second(garbage, sizeof garbage, nullptr);
+    ASSERT_EQ(second.graphs().size(), 1u);
+    EXPECT_EQ(second.graphs()[0].packageUrl, "pkg://kept");
+    EXPECT_EQ(second.assembly(), first->assembly());
+}
+
 TEST(FormatFallback, FollowsEachClassPreferenceList) {
     for (int format : {0, 1, 4, 5, 8, 9, 12, 13, 16, 17, 20, 24, 28, 2, 32, 99, -1}) {
         EXPECT_EQ(applyFormatFallback(format, AllFormatClasses), format);
