@@ -14,7 +14,7 @@ struct GraphDesc;
 
 struct PresetInputValue {
     // Type of an input that is not known (no such uid in the graph, or no type given).
-    static const unsigned int UnknownType = 0xFFFF;
+    static constexpr unsigned int UnknownType = 0xFFFF;
 
     unsigned int uid = 0;
     std::string identifier;
