@@ -255,6 +255,19 @@ TEST_F(LinkerApi, StackRewiresConnectionFusionAndSelection) {
     EXPECT_EQ(linked.nodes[0].params[0].code[0].index, 1u);
 }
 
+TEST_F(LinkerApi, ExpressionsReadingAConnectedImageInputReadItsDefault) {
+    Graph top = kvtest::topGraph(0);
+    top.inputs[1].defaultValue.f = {0.25f, 0.5f, 0.75f, 1.0f};
+    top.nodes[2].params[1].code = {kvtest::readInput(1)};
+    ASSERT_EQ(push(package(11, kvtest::baseGraph(0))), 0);
+    ASSERT_EQ(push(package(22, top)), 0);
+    ASSERT_EQ(substanceLinkerConnectOutputToInput(handle_, 301, 200), 0);
+    const Graph linked = link();
+    const Instruction& read = linked.nodes[outputByUid(linked, 400).node].params[1].code.at(0);
+    EXPECT_EQ(read.op, Op::Constant);
+    EXPECT_EQ(read.value.f[2], 0.75f);
+}
+
 TEST_F(LinkerApi, FormatOverrideReachesTheLinkedOutput) {
     pushStack();
     EXPECT_EQ(substanceLinkerHandleSetOutputFormat(handle_, 400, SubstancePixelFormat_RGBA16F, 3), 0);
