@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <new>
+#include <unistd.h>
 #include <utility>
 
 namespace kvengine {
@@ -85,6 +86,23 @@ int checkGraph(const Graph& graph, GraphState& state) {
     return SubstanceStatus_Ok;
 }
 
+size_t defaultMemoryLimit() {
+    size_t physical = 0;
+#if defined(_SC_PHYS_PAGES) && defined(_SC_PAGESIZE)
+    const long pages = sysconf(_SC_PHYS_PAGES);
+    const long pageSize = sysconf(_SC_PAGESIZE);
+    if (pages > 0 && pageSize > 0)
+        physical = static_cast<size_t>(pages) * static_cast<size_t>(pageSize);
+#endif
+    return std::max(physical / 2, size_t(1) << 30);
+}
+
+EvaluatorLimits withDefaults(EvaluatorLimits limits) {
+    if (limits.maxIntermediateBytes == 0)
+        limits.maxIntermediateBytes = defaultMemoryLimit();
+    return limits;
+}
+
 } // namespace
 
 struct Evaluator::Impl {
@@ -102,7 +120,7 @@ struct Evaluator::Impl {
     ThreadPool pool;
 
     Impl(Assembly a, const EvaluatorOptions& options)
-        : assembly(std::move(a)), limits(options.limits), buffers(options.limits.poolBytes),
+        : assembly(std::move(a)), limits(withDefaults(options.limits)), buffers(options.limits.poolBytes),
           cache(options.limits.cacheBytes), pool(options.threadCount) {}
 
     int findOutput(unsigned id, bool byUid, unsigned& index) const {

@@ -22,10 +22,11 @@ namespace kvengine {
 struct EvaluatorLimits {
     static constexpr int maxLog2Side = 13; // 8192 texels
     static constexpr size_t maxTotalNodes = 16384;
-    size_t maxIntermediateBytes = size_t(4) << 30; // peak of live images, scratch and output textures
-    uint64_t maxNodePixels = uint64_t(1) << 34;    // sum of pixels over the nodes one render computes
-    size_t cacheBytes = size_t(512) << 20;         // results kept between renders
-    size_t poolBytes = size_t(512) << 20;          // free image buffers kept for reuse
+    // Peak of live images, scratch and output textures; 0: half the physical memory, at least 1 GiB.
+    size_t maxIntermediateBytes = 0;
+    uint64_t maxNodePixels = uint64_t(1) << 34; // sum of pixels over the nodes one render computes
+    size_t cacheBytes = size_t(512) << 20;      // results kept between renders
+    size_t poolBytes = size_t(512) << 20;       // free image buffers kept for reuse
 };
 
 struct EvaluatorOptions {

@@ -9,6 +9,8 @@ namespace kvengine {
 
 namespace {
 
+constexpr int kMaxTextureSide = 8192; // as for rendered textures
+
 struct Layout {
     int channels;    // stored channels: 1, 3 or 4
     int bytes;       // per channel: 1, 2 or 4
@@ -249,6 +251,8 @@ int readTexture(const SubstanceTexture& texture, Image& out) {
     if (!texture.buffer || texture.level0Width == 0 || texture.level0Height == 0 ||
         !layoutOf(texture.pixelFormat, layout))
         return SubstanceStatus_InvalidArgument;
+    if (texture.level0Width > kMaxTextureSide || texture.level0Height > kMaxTextureSide)
+        return SubstanceStatus_LimitExceeded;
     const int width = texture.level0Width, height = texture.level0Height;
     out = Image(width, height, layout.channels == 1 ? 1 : 4);
     const auto* src = static_cast<const unsigned char*>(texture.buffer);

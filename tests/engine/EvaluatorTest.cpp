@@ -403,6 +403,12 @@ TEST(EvaluatorInputs, PushedImagesAreResampledAndCopied) {
                                             191, 191, 191, 255, 191, 191, 191, 255};
     EXPECT_EQ(std::vector<unsigned char>(stretched[0].bytes.begin(), stretched[0].bytes.begin() + 16), row);
 
+    std::vector<unsigned char> wide(8193);
+    input.texture.buffer = wide.data();
+    input.texture.level0Width = 8193;
+    input.texture.pixelFormat = SubstancePixelFormat_L8;
+    EXPECT_EQ(evaluator->setInput(picture, SubstanceInputType_Image, &input, false),
+              SubstanceStatus_LimitExceeded);
     input.texture.pixelFormat = 2; // no such format
     EXPECT_NE(evaluator->setInput(picture, SubstanceInputType_Image, &input, false), SubstanceStatus_Ok);
     input.texture.buffer = nullptr;
