@@ -2,8 +2,12 @@
 #include "framework/description/XmlLimits.h"
 
 #include <gtest/gtest.h>
+#include <tinyxml.h>
 
+#include <random>
 #include <string>
+#include <utility>
+#include <vector>
 
 using SubstanceAir::isXmlWithinLimits;
 using SubstanceAir::maxXmlBytes;
@@ -58,6 +62,76 @@ TEST(XmlLimits, IsNotFooledByMarkupInsideQuotesOrDeclarations) {
     EXPECT_TRUE(isXmlWithinLimits(("<?pi a='?><!-- '?>" + deep + "-->").c_str()));
     // Closing tags at the top level cannot pay for later depth.
     EXPECT_FALSE(isXmlWithinLimits((std::string(2000, ' ') + nested(1000, "", "</a>") + deep).c_str()));
+}
+
+// Deepest element nesting in what TinyXML built, partial trees included.
+size_t parsedDepth(const TiXmlNode& root) {
+    size_t deepest = 0;
+    std::vector<std::pair<const TiXmlNode*, size_t>> pending = {{&root, 0}};
+    while (!pending.empty()) {
+        const auto [node, depth] = pending.back();
+        pending.pop_back();
+        deepest = std::max(deepest, depth);
+        for (const TiXmlNode* child = node->FirstChild(); child != nullptr; child = child->NextSibling()) {
+            pending.emplace_back(child, child->ToElement() != nullptr ? depth + 1 : depth);
+        }
+    }
+    return deepest;
+}
+
+// Random markup around a block nested past the bound: whenever the guard
+// lets a text through, the parser must not have nested that deep.
+TEST(XmlLimits, AgreesWithTheParserOnRandomMarkup) {
+    const std::vector<std::string> pieces = {"<?xml version=\"",
+                                             "<?xml foo=\"a ",
+                                             "<?XML encoding='",
+                                             "\"",
+                                             "'",
+                                             ">",
+                                             "?>",
+                                             "<!--",
+                                             "-->",
+                                             "<![CDATA[",
+                                             "]]>",
+                                             "<!DOCTYPE x [",
+                                             "]>",
+                                             "<b x=\"",
+                                             "<b x='",
+                                             "<b x=",
+                                             "/>",
+                                             "</a>",
+                                             "</b>",
+                                             "<?pi ",
+                                             " ",
+                                             "=",
+                                             "<c>",
+                                             "version=",
+                                             "&#x41;",
+                                             "<",
+                                             "a",
+                                             "\xef\xbb\xbf",
+                                             "\x7f"};
+    const std::string block = nested(maxXmlDepth + 40).substr(0, 3 * (maxXmlDepth + 40));
+    std::mt19937 random(20261122);
+    size_t accepted = 0;
+    for (int round = 0; round < 4000; ++round) {
+        std::string text;
+        for (unsigned int i = random() % 10; i > 0; --i) {
+            text += pieces[random() % pieces.size()];
+        }
+        text += block;
+        for (unsigned int i = random() % 4; i > 0; --i) {
+            text += pieces[random() % pieces.size()];
+        }
+        if (!isXmlWithinLimits(text.c_str())) {
+            continue;
+        }
+        ++accepted;
+        TiXmlDocument document;
+        document.Parse(text.c_str());
+        ASSERT_LE(parsedDepth(document), maxXmlDepth) << text.substr(0, 200);
+    }
+    EXPECT_GT(accepted, 100u);
 }
 
 TEST(XmlLimits, BoundsSize) {
