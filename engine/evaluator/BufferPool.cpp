@@ -56,9 +56,4 @@ std::shared_ptr<Image> BufferPool::make(int width, int height, int channels) {
                                   });
 }
 
-size_t BufferPool::pooledBytes() const {
-    std::lock_guard<std::mutex> lock(state_->mutex);
-    return state_->bytes;
-}
-
 } // namespace kvengine

@@ -19,7 +19,6 @@ public:
 
     // An uninitialised image whose buffer returns to the pool when the last reference goes.
     std::shared_ptr<Image> make(int width, int height, int channels);
-    size_t pooledBytes() const;
 
 private:
     struct State;

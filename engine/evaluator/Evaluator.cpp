@@ -9,6 +9,7 @@
 #include "engine/evaluator/ThreadPool.h"
 
 #include <algorithm>
+#include <cstring>
 #include <new>
 #include <unistd.h>
 #include <utility>
@@ -25,11 +26,6 @@ struct Location {
 struct QueuedOutput {
     unsigned index;
     size_t jobUserData;
-};
-
-struct HintValue {
-    Value4 value;
-    std::shared_ptr<const Image> image;
 };
 
 int checkCounts(const Assembly& assembly) {
@@ -112,8 +108,6 @@ struct Evaluator::Impl {
     std::vector<Location> inputs;  // by engine index
     std::vector<Location> outputs; // by engine index
     std::vector<QueuedOutput> queue;
-    std::vector<QueuedOutput> hintQueue;
-    std::vector<std::pair<unsigned, HintValue>> hints; // latest hint per input
     uint64_t imageVersion = 0;
     BufferPool buffers; // before the cache: cached images return their buffers here
     ImageCache cache;
@@ -183,39 +177,33 @@ int Evaluator::setInput(unsigned index, unsigned type, const void* value, bool h
     if (type != static_cast<unsigned>(target.type))
         return SubstanceStatus_Incompatible;
 
-    HintValue next;
+    // A hint is checked like a value, then dropped: this engine renders
+    // nothing ahead of time, so it has no use for values of a later render.
+    std::shared_ptr<const Image> image;
+    Value4 numbers;
     if (target.type == InputType::Image) {
         if (value) {
             const auto* record = static_cast<const SubstanceTextureInput*>(value);
-            auto image = std::make_shared<Image>();
-            if (int status = readTexture(record->texture, *image))
+            auto read = std::make_shared<Image>();
+            if (int status = readTexture(record->texture, *read))
                 return status;
-            next.image = std::move(image);
+            image = std::move(read);
         }
     } else {
         if (!value)
             return SubstanceStatus_InvalidArgument;
-        // Numerical values are 4-byte floats or ints; copy only the input's components.
-        const uint32_t components = componentCount(target.type);
-        std::copy_n(static_cast<const int32_t*>(value), components, next.value.i.begin());
+        // 4-byte floats or ints; only the input's own components are read.
+        std::memcpy(numbers.i.data(), value, componentCount(target.type) * sizeof(int32_t));
     }
-
-    if (hint) {
-        auto it = std::find_if(impl_->hints.begin(), impl_->hints.end(),
-                               [&](const auto& entry) { return entry.first == index; });
-        if (it == impl_->hints.end())
-            impl_->hints.emplace_back(index, std::move(next));
-        else
-            it->second = std::move(next);
+    if (hint)
         return SubstanceStatus_Ok;
-    }
     const Location& at = impl_->inputs[index];
     GraphState& graph = impl_->graphs[at.graph];
     if (target.type == InputType::Image) {
-        graph.images[at.local] = std::move(next.image);
+        graph.images[at.local] = std::move(image);
         graph.imageVersions[at.local] = ++impl_->imageVersion;
     } else {
-        graph.values[at.local] = next.value;
+        graph.values[at.local] = numbers;
     }
     return SubstanceStatus_Ok;
 }
@@ -228,7 +216,9 @@ int Evaluator::queueOutputs(const unsigned* outputs, unsigned count, bool byUid,
     for (unsigned i = 0; i < count; ++i)
         if (int status = impl_->findOutput(outputs[i], byUid, indices[i]))
             return status;
-    std::vector<QueuedOutput>& queue = hint ? impl_->hintQueue : impl_->queue;
+    if (hint) // checked, then dropped like hinted values
+        return SubstanceStatus_Ok;
+    std::vector<QueuedOutput>& queue = impl_->queue;
     for (unsigned index : indices) {
         auto it =
             std::find_if(queue.begin(), queue.end(), [&](const QueuedOutput& q) { return q.index == index; });
@@ -243,7 +233,6 @@ int Evaluator::queueOutputs(const unsigned* outputs, unsigned count, bool byUid,
 int Evaluator::render(const Allocate& allocate, const Deliver& deliver) {
     std::vector<QueuedOutput> queue;
     queue.swap(impl_->queue);
-    impl_->hintQueue.clear();
     RenderContext context;
     context.parallel = &impl_->pool;
     context.cache = &impl_->cache;

@@ -52,13 +52,14 @@ public:
     const GraphInput& input(unsigned index) const;
     const GraphOutput& output(unsigned index) const;
 
-    // Sets an input's current value, or with hint its hint value (kept apart,
-    // never used by a render). For an image input value is a
-    // SubstanceTextureInput pointer, null for unset. Returns a SubstanceStatus.
+    // Sets an input's current value. A hint is checked the same way but never
+    // changes the current value (this engine does no speculative rendering).
+    // For an image input value is a SubstanceTextureInput pointer, null for
+    // unset. Returns a SubstanceStatus.
     int setInput(unsigned index, unsigned type, const void* value, bool hint);
 
     // Queues outputs, by UID or by engine index, for the next render; a hint
-    // only records them. Returns a SubstanceStatus; nothing is queued on failure.
+    // is only checked. Returns a SubstanceStatus; nothing is queued on failure.
     int queueOutputs(const unsigned* outputs, unsigned count, bool byUid, bool hint, size_t jobUserData);
 
     // Renders every queued output, delivering each as it finishes, and empties the queue.

@@ -23,8 +23,6 @@ public:
     // Stores a result unless it alone exceeds the budget, dropping old entries as needed.
     void insert(uint64_t key, std::shared_ptr<const Image> image);
     void clear();
-    size_t bytes() const { return bytes_; }
-    size_t size() const { return entries_.size(); }
 
 private:
     struct Entry {

@@ -15,13 +15,4 @@ public:
     virtual void run(int count, const std::function<void(int, int)>& body) const = 0;
 };
 
-// Runs everything on the calling thread.
-class SerialParallel final : public Parallel {
-public:
-    void run(int count, const std::function<void(int, int)>& body) const override {
-        if (count > 0)
-            body(0, count);
-    }
-};
-
 } // namespace kvengine
