@@ -14,6 +14,7 @@ const NodeKind& patternChecker();
 const NodeKind& patternBricks();
 const NodeKind& blend();
 const NodeKind& levels();
+const NodeKind& hsl();
 const NodeKind& invert();
 const NodeKind& threshold();
 const NodeKind& blur();

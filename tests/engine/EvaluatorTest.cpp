@@ -3,6 +3,7 @@
 #include "EvaluatorFixtures.h"
 
 #include "engine/evaluator/PixelFormats.h"
+#include "engine/nodes/NodeCatalog.h"
 
 #include <gtest/gtest.h>
 
@@ -338,6 +339,43 @@ TEST(EvaluatorHostile, ExtremeParametersStayFinite) {
     b.addOutput("out", b.addNode("blend", {{"mode", constantExpr(-huge)}}, {warped, normal}));
     auto results = kvtest::renderAssembly(b.assembly());
     EXPECT_EQ(results[0].bytes.size(), 16u * 16u * 4u);
+}
+
+TEST(NodeKinds, HslRotatesHueAndKeepsAlpha) {
+    GraphBuilder b(0, 0);
+    const int red = b.addNode("color.uniform", {{"color", constantExpr(0.8f, 0.2f, 0.2f, 0.5f)}});
+    b.addOutput("green", b.addNode("hsl", {{"hue", constantExpr(1.0f / 3.0f)}}, {red}),
+                SubstancePixelFormat_RGBA32F);
+    b.addOutput("gray", b.addNode("hsl", {{"saturation", constantExpr(0)}}, {red}),
+                SubstancePixelFormat_RGBA32F);
+    b.addOutput("lighter",
+                b.addNode("hsl", {{"lightness", constantExpr(0.1f)}}, {b.addNode("pattern.checker")}),
+                SubstancePixelFormat_L32F);
+    auto results = kvtest::renderAssembly(b.assembly());
+    const std::vector<float> green = kvtest::floats(results[0]);
+    EXPECT_NEAR(green[0], 0.2f, 1e-5);
+    EXPECT_NEAR(green[1], 0.8f, 1e-5);
+    EXPECT_NEAR(green[2], 0.2f, 1e-5);
+    EXPECT_EQ(green[3], 0.5f);
+    const std::vector<float> gray = kvtest::floats(results[1]);
+    EXPECT_NEAR(gray[0], 0.5f, 1e-5);
+    EXPECT_NEAR(gray[1], 0.5f, 1e-5);
+    EXPECT_NEAR(kvtest::floats(results[2])[0], 0.1f, 1e-6); // the black square, lifted
+}
+
+TEST(NodeKinds, CatalogueIsSortedAndComplete) {
+    const std::vector<NodeKindInfo>& catalog = nodeCatalog();
+    for (size_t i = 1; i < catalog.size(); ++i)
+        EXPECT_LT(std::string(catalog[i - 1].name), catalog[i].name);
+    for (const char* name : {"color.uniform", "gradient.linear", "noise.fbm", "noise.cellular", "blend",
+                             "levels", "gradient.map", "transform2d", "normal.from_height", "input.image"})
+        EXPECT_NE(findNodeKind(name), nullptr) << name;
+    EXPECT_EQ(findNodeKind("noise"), nullptr);
+    const NodeKindInfo& fbm = *findNodeKind("noise.fbm");
+    EXPECT_EQ(findParam(fbm, "octaves"), 1);
+    EXPECT_EQ(findParam(fbm, "lacunarity"), -1);
+    EXPECT_TRUE(findNodeKind("input.image")->readsGraphInput);
+    EXPECT_EQ(findNodeKind("blend")->imageInputs.size(), 3u);
 }
 
 TEST(EvaluatorInputs, ExpressionsReadInputValues) {
