@@ -1,5 +1,7 @@
 #include "tools/kvs/DescriptionSummary.h"
 
+#include "platform/base/XmlGuard.h"
+
 #include <tinyxml.h>
 
 #include <cctype>
@@ -21,6 +23,10 @@ uint32_t unsignedAttribute(const TiXmlElement* element, const char* name) {
 } // namespace
 
 bool readDescriptionSummary(const std::string& xml, std::vector<SummaryGraph>& graphs, std::string& error) {
+    if (!kvUtil::isXmlWithinLimits(xml.c_str(), xml.size())) {
+        error = "the package description is too large or too deeply nested";
+        return false;
+    }
     TiXmlDocument document;
     document.Parse(xml.c_str());
     const TiXmlElement* root = document.Error() ? nullptr : document.FirstChildElement("sbsdescription");

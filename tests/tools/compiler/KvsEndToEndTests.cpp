@@ -170,10 +170,21 @@ TEST_F(KvsTool, BadInputGivesOneLineAndAFailingStatus) {
     std::ofstream(garbage) << "PK\x03\x04 this is not a zip at all";
     std::string package = compileSample("tint");
     std::string material = compileSample("stone_tiles");
+    // A well-formed container whose description nests far too deep for a recursive parser.
+    std::string tintBytes = readFile(package);
+    kvengine::PackageContents contents;
+    ASSERT_EQ(kvengine::readPackage(tintBytes.data(), tintBytes.size(), contents), 0);
+    contents.description = "<sbsdescription>";
+    for (int i = 0; i < 200000; ++i)
+        contents.description += "<graphs>";
+    std::vector<char> nested = kvengine::writePackage(contents);
+    std::string deep = (dir / "deep.mpk").string();
+    std::ofstream(deep, std::ios::binary).write(nested.data(), static_cast<std::streamsize>(nested.size()));
     const std::pair<std::string, const char*> cases[] = {
         {"compile " + broken + " -o " + (dir / "x.mpk").string(), "kvs compile: "},
         {"compile " + (dir / "missing.json").string(), "kvs compile: "},
         {"render " + garbage, "kvs render: "},
+        {"render " + deep, "kvs render: "},
         {"render " + (dir / "missing.mpk").string(), "kvs render: "},
         {"render " + package + " --set nothing=1", "kvs render: no input nothing"},
         {"render " + package + " --set amount=1,2", "kvs render: input amount: "},
