@@ -9,8 +9,15 @@ include(CMakePackageConfigHelpers)
 set(KV_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/kvsubstance)
 set(KV_INSTALL_PKGCONFIGDIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# The libraries find each other next to themselves wherever they are installed.
+# The libraries find each other next to themselves wherever they are
+# installed, and the programs defined after this point (the tools) find them
+# from the bin folder.
 set_target_properties(kvhost kvsubstance PROPERTIES INSTALL_RPATH "$ORIGIN")
+if(TARGET kvengine)
+    set_target_properties(kvengine PROPERTIES INSTALL_RPATH "$ORIGIN")
+endif()
+file(RELATIVE_PATH KV_BIN_TO_LIB "/root/${CMAKE_INSTALL_BINDIR}" "/root/${CMAKE_INSTALL_LIBDIR}")
+set(CMAKE_INSTALL_RPATH "$ORIGIN/${KV_BIN_TO_LIB}")
 install(TARGETS kvhost kvsubstance
         EXPORT kvsubstanceTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}

@@ -1,6 +1,6 @@
-# Installs the build tree into a fresh prefix, builds the host program once
-# through pkg-config and once through find_package, and runs both on the
-# sample description.
+# Installs the build tree into a fresh prefix, runs the installed tool, builds
+# the host program once through pkg-config and once through find_package, and
+# runs both on the sample description.
 #   cmake -DBUILD_DIR=... -DWORK_DIR=... -DHOST_DIR=... -DSAMPLE=... -DCXX=...
 #         [-DSANITIZE=address,undefined] -P InstallTest.cmake
 foreach(var BUILD_DIR WORK_DIR HOST_DIR SAMPLE CXX)
@@ -27,6 +27,12 @@ endfunction()
 set(prefix ${WORK_DIR}/prefix)
 file(REMOVE_RECURSE ${WORK_DIR})
 run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
+
+# The installed tool finds the installed libraries by itself.
+run(${prefix}/bin/kvs info ${SAMPLE})
+if(NOT run_output MATCHES "package pkg://painted_plaster\n  inputs 13\n")
+    message(FATAL_ERROR "installed kvs info printed:\n${run_output}")
+endif()
 
 set(sanitize_flags "")
 if(SANITIZE)
