@@ -14,6 +14,9 @@ void SubstanceEntity::modified() {
     // comes back round while this entity is still emitting stops here.
     if (m_emitting)
         return;
+    // A listener may drop the last reference to this entity; it then dies when
+    // the emission is over, not in the middle of it.
+    const kv::Reference<SubstanceEntity> keepAlive(referenceCount() > 0 ? this : nullptr);
     m_emitting = true;
     m_modifiedSignal.emit();
     m_emitting = false;

@@ -120,6 +120,25 @@ TEST(Substance, CachedTextureHoldsExactlyOneReference) {
     EXPECT_EQ(image->tempReferenceCount(), 1);
 }
 
+// The host drops its material from inside a notification of that material.
+struct DroppingListener {
+    explicit DroppingListener(kv::Reference<Substance> held) : material(std::move(held)) {
+        material->getModifiedSignal().connect(
+            std::make_unique<kvRTB::FunctionVoidMember<DroppingListener>>(this, &DroppingListener::drop),
+            &tracking);
+    }
+    void drop() { material.reset(); }
+    kv::Reference<Substance> material;
+    kvRTB::SignalBase tracking;
+};
+
+TEST(Substance, ListenerMayDropTheLastReferenceDuringANotification) {
+    DroppingListener listener(kv::Reference<Substance>(new Substance()));
+    SubstanceInput* input = listener.material->newInput(1, CString("x"), TypeFloat1);
+    input->setValueF(1, 0); // the material dies once its emission is over
+    EXPECT_FALSE(listener.material);
+}
+
 TEST(Substance, DependencyLoopsEndInsteadOfRecursing) {
     kv::Reference<Substance> material(new Substance());
     SubstanceInput* a = material->newInput(1, CString("a"), TypeFloat1);
