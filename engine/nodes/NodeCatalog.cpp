@@ -9,14 +9,23 @@ namespace kvengine {
 const std::vector<const NodeKind*>& nodeKinds() {
     static const std::vector<const NodeKind*> all = [] {
         std::vector<const NodeKind*> list = {
-            &kinds::colorUniform(),  &kinds::gradientLinear(),
-            &kinds::gradientMap(),   &kinds::noiseFbm(),
-            &kinds::noiseCellular(), &kinds::patternChecker(),
-            &kinds::patternBricks(), &kinds::blend(),
-            &kinds::levels(),        &kinds::hsl(),
-            &kinds::invert(),        &kinds::threshold(),
-            &kinds::blur(),          &kinds::warpDirectional(),
-            &kinds::transform2d(),   &kinds::normalFromHeight(),
+            &kinds::colorUniform(),
+            &kinds::gradientLinear(),
+            &kinds::gradientMap(),
+            &kinds::noiseFbm(),
+            &kinds::noiseCellular(),
+            &kinds::patternChecker(),
+            &kinds::patternBricks(),
+            &kinds::blend(),
+            &kinds::levels(),
+            &kinds::hsl(),
+            &kinds::invert(),
+            &kinds::threshold(),
+            &kinds::blur(),
+            &kinds::warpDirectional(),
+            &kinds::transform2d(),
+            &kinds::normalFromHeight(),
+            &kinds::occlusionFromHeight(),
             &kinds::inputImage(),
         };
         std::sort(list.begin(), list.end(), [](const NodeKind* a, const NodeKind* b) {

@@ -21,6 +21,7 @@ const NodeKind& blur();
 const NodeKind& warpDirectional();
 const NodeKind& transform2d();
 const NodeKind& normalFromHeight();
+const NodeKind& occlusionFromHeight();
 const NodeKind& inputImage();
 
 } // namespace kvengine::kinds

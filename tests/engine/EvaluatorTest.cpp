@@ -363,6 +363,24 @@ TEST(NodeKinds, HslRotatesHueAndKeepsAlpha) {
     EXPECT_NEAR(kvtest::floats(results[2])[0], 0.1f, 1e-6); // the black square, lifted
 }
 
+TEST(NodeKinds, OcclusionDarkensCavitiesOnly) {
+    GraphBuilder b(7, 7);
+    const int bricks =
+        b.addNode("pattern.bricks", {{"bricks", constantExpr(2, 2)}, {"variation", constantExpr(0)}});
+    b.addOutput("ao", b.addNode("occlusion.from_height", {{"radius", constantExpr(0.1f)}}, {bricks}),
+                SubstancePixelFormat_L32F);
+    b.addOutput("flat", b.addNode("occlusion.from_height", {}, {b.addNode("color.uniform")}),
+                SubstancePixelFormat_L32F);
+    auto results = kvtest::renderAssembly(b.assembly());
+    const std::vector<float> ao = kvtest::floats(results[0]);
+    const float mortar = ao[0];             // corner: mortar between four bricks
+    const float centre = ao[32 * 128 + 32]; // middle of a brick, flat further than the radius
+    EXPECT_LT(mortar, 0.95f);
+    EXPECT_FLOAT_EQ(centre, 1.0f);
+    for (float v : kvtest::floats(results[1]))
+        ASSERT_FLOAT_EQ(v, 1.0f);
+}
+
 TEST(NodeKinds, CatalogueIsSortedAndComplete) {
     const std::vector<NodeKindInfo>& catalog = nodeCatalog();
     for (size_t i = 1; i < catalog.size(); ++i)

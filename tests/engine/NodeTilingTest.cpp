@@ -73,7 +73,9 @@ TEST(NodeTiling, GeneratorsAreSeamless) {
 }
 
 TEST(NodeTiling, FiltersWrapAtTheEdges) {
-    const char* filters[] = {"blur", "levels", "invert", "threshold", "transform2d", "normal.from_height"};
+    const char* filters[] = {
+        "blur", "levels", "invert", "threshold", "transform2d", "normal.from_height", "occlusion.from_height",
+        "hsl"};
     for (const char* filter : filters) {
         GraphBuilder b(6, 6);
         const int noise = b.addNode("noise.fbm", {{"scale", constantExpr(2)}, {"octaves", constantExpr(3)}});
