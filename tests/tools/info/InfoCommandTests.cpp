@@ -34,7 +34,8 @@ std::string scratch(const std::string& name) {
 
 Outcome kvs(const std::string& arguments) {
     const std::string out = scratch("out"), err = scratch("err");
-    const std::string command = std::string(KVS_PATH) + " info " + arguments + " >" + out + " 2>" + err;
+    const std::string command =
+        "'" + std::string(KVS_PATH) + "' info " + arguments + " >'" + out + "' 2>'" + err + "'";
     const int raw = std::system(command.c_str());
     Outcome run{WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(out), slurp(err)};
     std::remove(out.c_str());
