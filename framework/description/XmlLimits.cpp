@@ -49,8 +49,10 @@ private:
     // One markup construct starting at '<'. False when the text must be refused.
     bool readMarkup() {
         if (startsWith("<!--")) {
+            p += 4; // "<!-->" does not end the comment
             skipPast("-->");
         } else if (startsWith("<![CDATA[")) {
+            p += 9;
             skipPast("]]>");
         } else if (startsWith("<?")) {
             return readDeclaration();

@@ -60,6 +60,10 @@ TEST(XmlLimits, IsNotFooledByMarkupInsideQuotesOrDeclarations) {
     }
     EXPECT_TRUE(isXmlWithinLimits("<?xml version=\"1.0\" encoding='UTF-8' standalone=\"yes\"?><r/>"));
     EXPECT_TRUE(isXmlWithinLimits(("<?pi a='?><!-- '?>" + deep + "-->").c_str()));
+    // Closing tags inside a comment that starts like "<!-->" are no closing tags.
+    const std::string half = nested(maxXmlDepth - 6).substr(0, 3 * (maxXmlDepth - 6));
+    EXPECT_FALSE(
+        isXmlWithinLimits((half + "<!-->" + nested(maxXmlDepth - 6, "", "</a>") + "-->" + half).c_str()));
     // Closing tags at the top level cannot pay for later depth.
     EXPECT_FALSE(isXmlWithinLimits((std::string(2000, ' ') + nested(1000, "", "</a>") + deep).c_str()));
 }
