@@ -171,6 +171,18 @@ bool isOutputOf(const std::vector<kvs::SummaryGraph>& graphs, unsigned int uid) 
     return false;
 }
 
+// "<graph>" for the graph that owns the output; "<bottom>+<top>" in a stack.
+std::string fileStem(const kvs::LinkedPackages& linked, unsigned int outputUid) {
+    if (!linked.top.empty())
+        return kvs::graphFileName(linked.bottom.front().url) + "+" +
+               kvs::graphFileName(linked.top.front().url);
+    for (const kvs::SummaryGraph& graph : linked.bottom)
+        for (const kvs::SummaryOutput& output : graph.outputs)
+            if (output.uid == outputUid)
+                return kvs::graphFileName(graph.url);
+    return kvs::graphFileName(linked.bottom.front().url);
+}
+
 std::string statusText(int status) {
     return " (engine status " + std::to_string(status) + ")";
 }
@@ -243,9 +255,6 @@ int render(const RenderOptions& options) {
         return 1;
     }
 
-    std::string graphName = kvs::graphFileName(linked.bottom.front().url);
-    if (!linked.top.empty())
-        graphName += "+" + kvs::graphFileName(linked.top.front().url);
     ::mkdir(options.outdir.c_str(), 0777); // an existing folder is fine; a real failure shows on write
     for (unsigned int o : outputs) {
         SubstanceOutputDesc desc{};
@@ -266,8 +275,8 @@ int render(const RenderOptions& options) {
             std::fprintf(stderr, "kvs render: output %s: %s\n", identifier.c_str(), error.c_str());
             return 1;
         }
-        std::string path = options.outdir + "/" + graphName + "_" + kvs::graphFileName(identifier) +
-                           (options.depth == "float" ? ".pfm" : ".png");
+        std::string path = options.outdir + "/" + fileStem(linked, desc.outputId) + "_" +
+                           kvs::graphFileName(identifier) + (options.depth == "float" ? ".pfm" : ".png");
         bool written = options.depth == "float"
                            ? kvs::writePfm(path, image, error)
                            : kvs::writePng(path, image, std::atoi(options.depth.c_str()), error);

@@ -163,6 +163,23 @@ TEST_F(KvsTool, StacksAnEffectOntoAMaterial) {
               readFile(dir / "s" / "stone_tiles+tint_Output.png").size());
 }
 
+TEST_F(KvsTool, NamesEachFileAfterTheGraphOwningTheOutput) {
+    std::string source = (dir / "two.json").string();
+    std::ofstream(source) << R"({"graphs": [
+        {"url": "pkg://two/first", "outputs": [{"identifier": "Output", "node": "a"}],
+         "nodes": [{"id": "a", "kind": "pattern.checker"}]},
+        {"url": "pkg://two/second", "outputs": [{"identifier": "Output", "node": "a"}],
+         "nodes": [{"id": "a", "kind": "noise.fbm"}]}]})";
+    std::string package = (dir / "two.mpk").string();
+    ToolRun run = kvs("compile " + source + " -o " + package);
+    ASSERT_EQ(run.status, 0) << run.output;
+    run = kvs("render " + package + " --size 4 --outdir " + dir.string());
+    ASSERT_EQ(run.status, 0) << run.output;
+    EXPECT_EQ(pngHeader(dir / "first_Output.png").width, 16u);
+    EXPECT_EQ(pngHeader(dir / "second_Output.png").width, 16u);
+    EXPECT_NE(readFile(dir / "first_Output.png"), readFile(dir / "second_Output.png"));
+}
+
 TEST_F(KvsTool, BadInputGivesOneLineAndAFailingStatus) {
     std::string broken = (dir / "broken.json").string();
     std::ofstream(broken) << R"({"graphs": [{"url": "pkg://x", "nodes": [{"id": "a", "kind": "no.such"}]}]})";
