@@ -62,19 +62,19 @@ kvengine::Expression compileItem(const ParamItem& item, const Graph& graph, std:
     return compiled.program;
 }
 
-kvengine::Expression compileParam(const ParamSource& param, const kvengine::ParamSpec& spec,
+kvengine::Expression compileParam(const ParamSource& param, const kvengine::ParamSpec& declared,
                                   const Graph& graph, std::set<uint32_t>& reads, const SourcePlace& place) {
     uint32_t components = 1;
     if (!param.isList) {
         kvengine::Expression expression = compileItem(param.items.front(), graph, reads, components, place);
-        if (components != 1 && components != spec.components)
+        if (components != 1 && components != declared.components)
             place.fail("yields " + std::to_string(components) + " components, the parameter takes " +
-                       std::to_string(spec.components));
+                       std::to_string(declared.components));
         return expression;
     }
-    if (param.items.size() != spec.components)
+    if (param.items.size() != declared.components)
         place.fail("has " + std::to_string(param.items.size()) + " components, the parameter takes " +
-                   std::to_string(spec.components));
+                   std::to_string(declared.components));
     bool allNumbers = std::none_of(param.items.begin(), param.items.end(),
                                    [](const ParamItem& item) { return item.isExpression; });
     if (allNumbers) {
