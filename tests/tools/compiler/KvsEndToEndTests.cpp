@@ -156,11 +156,16 @@ TEST_F(KvsTool, StacksAnEffectOntoAMaterial) {
     PngHeader header = pngHeader(dir / "s" / "stone_tiles+tint_Output.png");
     EXPECT_EQ(header.width, 128u);
     EXPECT_EQ(header.colourType, 6);
-    // The tint really reads the material: its lone render is flat, the stack is not.
-    run = kvs("render " + top + " --size 7 --outdir " + (dir / "t").string());
+    // With no tint the stack passes the material's colour through unchanged,
+    // and the fused $outputsize sizes both graphs.
+    run = kvs("render " + bottom + " --stack " + top + " --size 6 --set amount=0 --outdir " +
+              (dir / "n").string());
     ASSERT_EQ(run.status, 0) << run.output;
-    EXPECT_NE(readFile(dir / "t" / "tint_Output.png").size(),
-              readFile(dir / "s" / "stone_tiles+tint_Output.png").size());
+    run = kvs("render " + bottom + " --size 6 --outdir " + (dir / "m").string());
+    ASSERT_EQ(run.status, 0) << run.output;
+    std::string untinted = readFile(dir / "m" / "stone_tiles_Output.png");
+    EXPECT_FALSE(untinted.empty());
+    EXPECT_EQ(readFile(dir / "n" / "stone_tiles+tint_Output.png"), untinted);
 }
 
 TEST_F(KvsTool, NamesEachFileAfterTheGraphOwningTheOutput) {
