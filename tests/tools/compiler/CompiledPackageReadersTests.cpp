@@ -53,13 +53,14 @@ TEST(CompiledPackageReaders, FrameworkSeesTypesValuesChannelsAndPresets) {
     EXPECT_EQ(graph.packageUrl, "pkg://samples/stone_tiles");
     EXPECT_EQ(graph.label, "Stone Tiles");
 
-    ASSERT_EQ(graph.outputs.size(), 4u);
+    ASSERT_EQ(graph.outputs.size(), 5u);
     EXPECT_EQ(outputNamed(graph, "Output")->channel, 0u);
     EXPECT_EQ(outputNamed(graph, "normal")->channel, 6u);
     EXPECT_EQ(outputNamed(graph, "height")->channel, 8u);
     EXPECT_EQ(outputNamed(graph, "height")->format, 28);
     EXPECT_EQ(outputNamed(graph, "roughness")->channel, 14u);
     EXPECT_EQ(outputNamed(graph, "roughness")->label, "Roughness");
+    EXPECT_EQ(outputNamed(graph, "ambient_occlusion")->channel, 4u);
 
     // Every declared input plus $outputsize (and the declared $randomseed).
     EXPECT_EQ(graph.inputs.size(), 13u);
@@ -79,7 +80,7 @@ TEST(CompiledPackageReaders, FrameworkSeesTypesValuesChannelsAndPresets) {
     EXPECT_FLOAT_EQ(wear->defaultValue, 0.5f);
     EXPECT_FLOAT_EQ(wear->maxValue, 1.0f);
     EXPECT_TRUE(inputNamed(graph, "$outputsize")->isSystem);
-    EXPECT_EQ(inputNamed(graph, "$outputsize")->alteredOutputUids.size(), 4u);
+    EXPECT_EQ(inputNamed(graph, "$outputsize")->alteredOutputUids.size(), 5u);
     EXPECT_EQ(inputNamed(graph, "roughness")->alteredOutputUids,
               std::vector<unsigned int>{outputNamed(graph, "roughness")->uid});
     // The height's eight shape inputs reach it through the height; colours and normal strength do not.
@@ -124,7 +125,7 @@ TEST(CompiledPackageReaders, MaterialReaderSeesWidgetsRangesAndDependencies) {
         kvSubstance::SubstanceReader::getInstance().readFromXMLData(compiled.description.c_str());
     ASSERT_TRUE(material);
     EXPECT_STREQ(material->getPackageURL().asChar(), "pkg://samples/stone_tiles");
-    EXPECT_EQ(material->numOutputs(), 4);
+    EXPECT_EQ(material->numOutputs(), 5);
     EXPECT_EQ(material->numInputs(), 13);
 
     kvSubstance::SubstanceOutput* output = material->getOutput(kvString::CString("Output"));

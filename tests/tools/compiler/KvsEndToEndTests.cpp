@@ -105,9 +105,12 @@ TEST_F(KvsTool, CompilesAndRendersEveryOutputAtTheRequestedSize) {
 
     ToolRun run = kvs("render " + package + " --size 7 --outdir " + (dir / "out").string());
     ASSERT_EQ(run.status, 0) << run.output;
-    EXPECT_EQ(lineCount(run.output), 4u) << run.output; // one line per file
-    const std::pair<const char*, int> expected[] = {
-        {"Output", 6}, {"height", 0}, {"normal", 6}, {"roughness", 0}}; // RGBA or gray
+    EXPECT_EQ(lineCount(run.output), 5u) << run.output; // one line per file
+    const std::pair<const char*, int> expected[] = {{"Output", 6},
+                                                    {"height", 0},
+                                                    {"normal", 6},
+                                                    {"roughness", 0},
+                                                    {"ambient_occlusion", 0}}; // RGBA or gray
     for (const auto& [output, colourType] : expected) {
         PngHeader header = pngHeader(dir / "out" / ("stone_tiles_" + std::string(output) + ".png"));
         EXPECT_EQ(header.width, 128u) << output;
