@@ -316,4 +316,48 @@ TEST(EngineApiInit, HostileAssembliesAreRejected) {
     EXPECT_EQ(substanceContextRelease(context), SubstanceStatus_Ok);
 }
 
+TEST(EngineApiInit, MutatedAssembliesNeverCrash) {
+    // Whatever the reader accepts must render (or fail) cleanly, at any parameter values.
+    SubstanceContext* context = nullptr;
+    ASSERT_EQ(substanceContextInit(&context, nullptr), SubstanceStatus_Ok);
+    ASSERT_EQ(substanceContextSetCallback(context, SubstanceCallback_OutputCompleted,
+                                          reinterpret_cast<SubstanceCallback>(&onOutputCompleted)),
+              SubstanceStatus_Ok);
+    const std::vector<char> valid = sampleAssembly();
+    uint32_t state = 12345;
+    auto next = [&] { return state = state * 1664525u + 1013904223u; };
+    int rendered = 0;
+    for (int round = 0; round < 400; ++round) {
+        std::vector<char> bytes = valid;
+        for (int flips = 1 + static_cast<int>(next() % 4); flips > 0; --flips)
+            bytes[next() % bytes.size()] = static_cast<char>(next() >> 24);
+        SubstanceHandle* handle = nullptr;
+        if (substanceHandleInit(&handle, context, bytes.data(), bytes.size(), nullptr) != SubstanceStatus_Ok)
+            continue;
+        SubstanceDataDesc desc{};
+        ASSERT_EQ(substanceHandleGetDesc(handle, &desc), SubstanceStatus_Ok);
+        for (unsigned i = 0; i < desc.inputsCount; ++i) {
+            SubstanceInputDesc input{};
+            ASSERT_EQ(substanceHandleGetInputDesc(handle, i, &input), SubstanceStatus_Ok);
+            const int small[2] = {3, 3};
+            if (input.inputType == SubstanceInputType_Integer2)
+                substanceHandlePushSetInput(handle, 0, i, SubstanceInputType_Integer2, small, 0);
+        }
+        std::vector<unsigned> outputs(desc.outputsCount);
+        for (unsigned i = 0; i < desc.outputsCount; ++i)
+            outputs[i] = i;
+        deliveries.clear();
+        ASSERT_EQ(substanceHandlePushOutputs(handle, 0, outputs.data(), desc.outputsCount, 0),
+                  SubstanceStatus_Ok);
+        if (substanceHandleStart(handle, SubstanceStart_Synchronous) == SubstanceStatus_Ok)
+            ++rendered;
+        for (const Delivery& d : deliveries)
+            substanceContextMemoryFree(context, d.texture.buffer);
+        deliveries.clear();
+        ASSERT_EQ(substanceHandleRelease(handle), SubstanceStatus_Ok);
+    }
+    EXPECT_GT(rendered, 0); // the mutations reached the evaluator, not only the reader
+    EXPECT_EQ(substanceContextRelease(context), SubstanceStatus_Ok);
+}
+
 } // namespace
