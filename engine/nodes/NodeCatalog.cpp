@@ -12,6 +12,7 @@ const std::vector<const NodeKind*>& nodeKinds() {
             &kinds::colorUniform(),
             &kinds::gradientLinear(),
             &kinds::gradientMap(),
+            &kinds::gradientRadial(),
             &kinds::noiseFbm(),
             &kinds::noiseCellular(),
             &kinds::patternChecker(),

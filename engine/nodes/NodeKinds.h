@@ -8,6 +8,7 @@ namespace kvengine::kinds {
 const NodeKind& colorUniform();
 const NodeKind& gradientLinear();
 const NodeKind& gradientMap();
+const NodeKind& gradientRadial();
 const NodeKind& noiseFbm();
 const NodeKind& noiseCellular();
 const NodeKind& patternChecker();

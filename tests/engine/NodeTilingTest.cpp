@@ -68,6 +68,9 @@ TEST(NodeTiling, GeneratorsAreSeamless) {
     expectSeamless(single("noise.cellular", {{"scale", constantExpr(1)}}), "cellular-1");
     expectSeamless(single("gradient.linear", {{"periods", constantExpr(2, 1)}, {"mirror", constantExpr(1)}}),
                    "gradient");
+    expectSeamless(
+        single("gradient.radial", {{"center", constantExpr(0.9f, 0.05f)}, {"radius", constantExpr(0.4f)}}),
+        "radial-across-corner");
     expectSeamless(single("pattern.checker", {{"tiles", constantExpr(5)}}), "checker-odd");
     expectSeamless(single("pattern.bricks", {{"bricks", constantExpr(3, 5)}}), "bricks-odd");
 }
