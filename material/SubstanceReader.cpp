@@ -70,7 +70,7 @@ SubstanceReader& SubstanceReader::getInstance() {
 }
 
 kv::Reference<Substance> SubstanceReader::readFromXMLData(const char* xmlText) {
-    if (!xmlText || !kvUtil::isXmlWithinLimits(xmlText, strnlen(xmlText, kvUtil::kMaxXmlBytes + 1)))
+    if (!kvUtil::isXmlWithinLimits(xmlText))
         return kv::Reference<Substance>();
     TiXmlDocument document;
     // The parser's returned end position is null also for a well-formed

@@ -1,7 +1,7 @@
 #include "framework/description/DescriptionParser.h"
 
 #include "framework/description/NumberText.h"
-#include "framework/description/XmlLimits.h"
+#include "platform/base/XmlGuard.h"
 
 #include <tinyxml.h>
 
@@ -83,7 +83,7 @@ bool parseGraph(const TiXmlElement& element, GraphDesc& graph) {
 } // namespace
 
 bool parseDescription(const char* xmlText, PackageDesc* parent, unsigned int& asmUid, GraphDescs& graphs) {
-    if (xmlText == nullptr || !isXmlWithinLimits(xmlText)) {
+    if (!kvUtil::isXmlWithinLimits(xmlText)) {
         return false;
     }
     TiXmlDocument document;

@@ -2,7 +2,7 @@
 
 #include "framework/description/GraphDesc.h"
 #include "framework/description/NumberText.h"
-#include "framework/description/XmlLimits.h"
+#include "platform/base/XmlGuard.h"
 
 #include <tinyxml.h>
 
@@ -63,7 +63,7 @@ void parsePresets(Presets& presets, const TiXmlElement& element, const GraphDesc
 
 bool parsePresetsDocument(Presets& presets, const char* xmlText) {
     const size_t sizeBefore = presets.size();
-    if (xmlText == nullptr || !isXmlWithinLimits(xmlText)) {
+    if (!kvUtil::isXmlWithinLimits(xmlText)) {
         return false;
     }
     TiXmlDocument document;
