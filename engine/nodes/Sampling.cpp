@@ -4,6 +4,20 @@
 
 namespace kvengine {
 
+namespace {
+
+// Index in [0, n) of a whole-numbered coordinate. Plain int arithmetic in the
+// usual range; far-out coordinates are reduced in float first so that the
+// conversion cannot overflow.
+int wrapCoordinate(float f, int n) {
+    constexpr float kIntRange = 1.0e9f;
+    if (f > -kIntRange && f < kIntRange)
+        return wrapIndex(static_cast<int>(f), n);
+    return wrapIndex(static_cast<int>(std::fmod(f, static_cast<float>(n))), n);
+}
+
+} // namespace
+
 void luminanceRow(const Image& image, int y, float* out) {
     const int width = image.width();
     if (image.channels() == 1) {
@@ -26,9 +40,8 @@ float sampleWrapped(const float* plane, int width, int height, float u, float v)
     const float fy0 = std::floor(py);
     const float tx = px - fx0;
     const float ty = py - fy0;
-    // Reduce before converting so that huge coordinates cannot overflow an int.
-    const int x0 = wrapIndex(static_cast<int>(std::fmod(fx0, static_cast<float>(width))), width);
-    const int y0 = wrapIndex(static_cast<int>(std::fmod(fy0, static_cast<float>(height))), height);
+    const int x0 = wrapCoordinate(fx0, width);
+    const int y0 = wrapCoordinate(fy0, height);
     const int x1 = x0 + 1 == width ? 0 : x0 + 1;
     const int y1 = y0 + 1 == height ? 0 : y0 + 1;
     const float* row0 = plane + static_cast<size_t>(y0) * width;
