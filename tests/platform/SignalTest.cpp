@@ -133,8 +133,10 @@ TEST(SignalThreads, EmittingWhileReceiversComeAndGo) {
     stable.connectTo(signal);
     std::atomic<bool> done{false};
     std::thread emitter([&] {
-        while (!done)
+        // At least one emission, however late the thread is scheduled.
+        do
             signal.emit();
+        while (!done);
     });
     for (int i = 0; i < 300; ++i) {
         auto transient = std::make_unique<Listener>();
