@@ -9,11 +9,10 @@
 
 #include "platform/engine/EngineInterface.h"
 
-#include <sys/stat.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
@@ -255,7 +254,8 @@ int render(const RenderOptions& options) {
         return 1;
     }
 
-    ::mkdir(options.outdir.c_str(), 0777); // an existing folder is fine; a real failure shows on write
+    std::error_code ignored; // a real failure shows when the first file is written
+    std::filesystem::create_directories(options.outdir, ignored);
     for (unsigned int o : outputs) {
         SubstanceOutputDesc desc{};
         SubstanceTexture texture{};
@@ -284,8 +284,9 @@ int render(const RenderOptions& options) {
             std::fprintf(stderr, "kvs render: %s\n", error.c_str());
             return 1;
         }
-        std::printf("wrote %s (%dx%d, %s)\n", path.c_str(), image.width, image.height,
-                    kvs::pixelFormatName(texture.pixelFormat).c_str());
+        std::printf("wrote %s (%dx%d, rendered as %s, written as %s)\n", path.c_str(), image.width,
+                    image.height, kvs::pixelFormatName(texture.pixelFormat).c_str(),
+                    options.depth == "float" ? "float" : (options.depth + "-bit").c_str());
         std::fflush(stdout);
     }
     return 0;
