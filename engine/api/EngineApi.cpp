@@ -1,5 +1,6 @@
 // The engine half of the C interface (platform/engine/EngineInterface.h).
 // No exception crosses this boundary: each call runs inside `guarded`.
+#include "engine/api/Guarded.h"
 #include "platform/engine/EngineInterface.h"
 
 #include "engine/assembly/AssemblyIO.h"
@@ -62,20 +63,7 @@ struct SubstanceHandle_ {
     }
 };
 
-namespace {
-
-template <typename Call>
-int guarded(Call&& call) noexcept {
-    try {
-        return call();
-    } catch (const std::bad_alloc&) {
-        return SubstanceStatus_OutOfMemory;
-    } catch (...) {
-        return SubstanceStatus_InvalidData;
-    }
-}
-
-} // namespace
+using kvengine::guarded;
 
 extern "C" {
 

@@ -1,5 +1,6 @@
 // The linker half of the engine's C interface (platform/engine/LinkerInterface.h).
 // No exception crosses this boundary: each call runs inside `guarded`.
+#include "engine/api/Guarded.h"
 #include "platform/engine/LinkerInterface.h"
 
 #include "engine/linker/Linker.h"
@@ -22,20 +23,7 @@ struct SubstanceLinkerHandle_ {
     std::vector<char> linked; // the last linked assembly, handed out by pointer
 };
 
-namespace {
-
-template <typename Call>
-int guarded(Call&& call) noexcept {
-    try {
-        return call();
-    } catch (const std::bad_alloc&) {
-        return SubstanceStatus_OutOfMemory;
-    } catch (...) {
-        return SubstanceStatus_InvalidData;
-    }
-}
-
-} // namespace
+using kvengine::guarded;
 
 extern "C" {
 
