@@ -50,8 +50,9 @@ typedef void (*SubstanceCallbackOutputCompleted)(SubstanceHandle* handle, unsign
 enum {
     /* Outputs are named by UID (without it, by engine index). */
     SubstancePush_OutputsByUid = 2,
-    /* A hint: a value or output likely wanted by a later render. Hints are
-     * kept apart and never change the current values or the render queue. */
+    /* A hint: a value or output likely wanted by a later render. A hint is
+     * validated like any push but never changes the current values or the
+     * render queue; an engine that renders ahead may use it. */
     SubstancePush_Hint = 2048
 };
 
