@@ -254,8 +254,10 @@ int render(const RenderOptions& options) {
         return 1;
     }
 
-    std::error_code ignored; // a real failure shows when the first file is written
-    std::filesystem::create_directories(options.outdir, ignored);
+    // One level only, so a mistyped path fails instead of growing a tree;
+    // a real failure shows when the first file is written.
+    std::error_code ignored;
+    std::filesystem::create_directory(options.outdir, ignored);
     for (unsigned int o : outputs) {
         SubstanceOutputDesc desc{};
         SubstanceTexture texture{};
