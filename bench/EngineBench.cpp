@@ -103,6 +103,23 @@ bool pushInput(SubstanceHandle* handle, const std::string& identifier, unsigned 
     return false;
 }
 
+// Queues every output of the handle for the next start.
+void queueEveryOutput(SubstanceHandle* handle) {
+    SubstanceDataDesc desc{};
+    substanceHandleGetDesc(handle, &desc);
+    std::vector<unsigned> outputs(desc.outputsCount);
+    for (unsigned i = 0; i < desc.outputsCount; ++i)
+        outputs[i] = i;
+    substanceHandlePushOutputs(handle, 0, outputs.data(), desc.outputsCount, 0);
+}
+
+// Sets the resolution to 2^log2 on both sides and queues every output.
+void queueAllOutputs(SubstanceHandle* handle, int log2) {
+    const int size[2] = {log2, log2};
+    pushInput(handle, "$outputsize", SubstanceInputType_Integer2, size);
+    queueEveryOutput(handle);
+}
+
 // Renders every output of the assembly at 2^log2 squared; a fresh handle per
 // iteration so that no result comes from the engine's cache.
 void renderAll(benchmark::State& state, const std::vector<char>& assembly) {
@@ -121,14 +138,7 @@ void renderAll(benchmark::State& state, const std::vector<char>& assembly) {
             state.SkipWithError("assembly rejected");
             break;
         }
-        const int size[2] = {log2, log2};
-        pushInput(handle, "$outputsize", SubstanceInputType_Integer2, size);
-        SubstanceDataDesc desc{};
-        substanceHandleGetDesc(handle, &desc);
-        std::vector<unsigned> outputs(desc.outputsCount);
-        for (unsigned i = 0; i < desc.outputsCount; ++i)
-            outputs[i] = i;
-        substanceHandlePushOutputs(handle, 0, outputs.data(), desc.outputsCount, 0);
+        queueAllOutputs(handle, log2);
         state.ResumeTiming();
         const int status = substanceHandleStart(handle, SubstanceStart_Synchronous);
         state.PauseTiming();
@@ -169,14 +179,7 @@ void StoneTilesTweak(benchmark::State& state) {
         substanceContextRelease(context);
         return;
     }
-    const int size[2] = {log2, log2};
-    pushInput(handle, "$outputsize", SubstanceInputType_Integer2, size);
-    SubstanceDataDesc desc{};
-    substanceHandleGetDesc(handle, &desc);
-    std::vector<unsigned> outputs(desc.outputsCount);
-    for (unsigned i = 0; i < desc.outputsCount; ++i)
-        outputs[i] = i;
-    substanceHandlePushOutputs(handle, 0, outputs.data(), desc.outputsCount, 0);
+    queueAllOutputs(handle, log2);
     substanceHandleStart(handle, SubstanceStart_Synchronous); // fills the cache
     float roughness = 0.5f;
     for (auto _ : state) {
@@ -185,7 +188,7 @@ void StoneTilesTweak(benchmark::State& state) {
             state.SkipWithError("no roughness input");
             break;
         }
-        substanceHandlePushOutputs(handle, 0, outputs.data(), desc.outputsCount, 0);
+        queueEveryOutput(handle);
         substanceHandleStart(handle, SubstanceStart_Synchronous);
     }
     substanceHandleRelease(handle);
