@@ -83,10 +83,16 @@ kvString::CString Substance::getStateString() {
 }
 
 void Substance::applyStateString(const kvString::CString& state) {
-    const kv::vector<kvString::CString> lines = kvUtil::split(state, '\n', true, false);
-    if (lines.empty() || lines[0] != m_packageURL)
+    // The header is the text up to the first line feed, taken before the
+    // split: split drops empty pieces, and the header of a material without
+    // package URL is empty.
+    const std::string& text = state.str();
+    const std::size_t headerEnd = text.find('\n');
+    if (headerEnd == std::string::npos || text.compare(0, headerEnd, m_packageURL.str()) != 0)
         return;
-    for (std::size_t n = 1; n < lines.size(); ++n) {
+    const kv::vector<kvString::CString> lines =
+        kvUtil::split(kvString::CString(text.substr(headerEnd + 1)), '\n', true, false);
+    for (std::size_t n = 0; n < lines.size(); ++n) {
         const kv::vector<kvString::CString> fields = kvUtil::split(lines[n], ' ', true, false);
         const unsigned int uid = internal::parseLeadingUnsigned(field(fields, 0));
         // Held for the line, so a listener that drops the input cannot free it.

@@ -182,8 +182,9 @@ int Evaluator::setInput(unsigned index, unsigned type, const void* value, bool h
     std::shared_ptr<const Image> image;
     Value4 numbers;
     if (target.type == InputType::Image) {
-        if (value) {
-            const auto* record = static_cast<const SubstanceTextureInput*>(value);
+        // A record without texels unsets the image, as a null record does.
+        const auto* record = static_cast<const SubstanceTextureInput*>(value);
+        if (record && record->texture.buffer) {
             auto read = std::make_shared<Image>();
             if (int status = readTexture(record->texture, *read))
                 return status;

@@ -54,8 +54,8 @@ public:
 
     // Sets an input's current value. A hint is checked the same way but never
     // changes the current value (this engine does no speculative rendering).
-    // For an image input value is a SubstanceTextureInput pointer, null for
-    // unset. Returns a SubstanceStatus.
+    // For an image input value is a SubstanceTextureInput pointer, null (or a
+    // record with a null buffer) for unset. Returns a SubstanceStatus.
     int setInput(unsigned index, unsigned type, const void* value, bool hint);
 
     // Queues outputs, by UID or by engine index, for the next render; a hint

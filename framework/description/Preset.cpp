@@ -71,9 +71,11 @@ bool parsePresetsDocument(Presets& presets, const char* xmlText) {
     if (document.Error()) {
         return false;
     }
-    if (const TiXmlElement* root = document.FirstChildElement("sbspresets")) {
-        parsePresets(presets, *root, nullptr);
+    const TiXmlElement* root = document.RootElement();
+    if (root == nullptr || root->ValueStr() != "sbspresets") {
+        return false;
     }
+    parsePresets(presets, *root, nullptr);
     return presets.size() > sizeBefore;
 }
 

@@ -61,8 +61,9 @@ KeyBytes GraphInstance::computeKeyBytes() const {
 
 void GraphInstance::markOutputsDirty(const std::vector<unsigned int>& outputUids) {
     for (unsigned int uid : outputUids) {
+        // A stack's inputs still name the bottom outputs it dropped; those mark nothing.
         const size_t index = lowerBoundOutput(mDesc->outputs, uid);
-        if (index < mOutputs.size()) {
+        if (index < mOutputs.size() && mDesc->outputs[index].uid == uid) {
             mOutputs[index]->setDirty(true);
         }
     }

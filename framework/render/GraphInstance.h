@@ -39,7 +39,7 @@ public:
     // The raw values of the state-key (system) inputs, concatenated in input order.
     KeyBytes computeKeyBytes() const;
 
-    // Marks dirty the outputs with these uids, which are trusted to exist.
+    // Marks dirty the outputs with these uids; uids the graph does not hold are passed over.
     void markOutputsDirty(const std::vector<unsigned int>& outputUids);
 
 private:

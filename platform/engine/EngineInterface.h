@@ -113,8 +113,8 @@ int substanceHandleGetParentContext(SubstanceHandle* handle, SubstanceContext** 
 /*
  * Sets input inputIndex. inputType must equal the input's type. value points
  * to the 1 to 4 floats or ints of a numerical input, and for an image input
- * is itself a const SubstanceTextureInput* (null: the image is unset and the
- * input reads as opaque mid grey). userData is reserved and must be 0.
+ * is itself a const SubstanceTextureInput* (null, or a record whose buffer is
+ * null: the image is unset and the input reads as opaque mid grey). userData is reserved and must be 0.
  */
 int substanceHandlePushSetInput(SubstanceHandle* handle, unsigned int flags, unsigned int inputIndex,
                                 unsigned int inputType, const void* value, size_t userData);

@@ -467,11 +467,16 @@ TEST(EvaluatorInputs, PushedImagesAreResampledAndCopied) {
               SubstanceStatus_LimitExceeded);
     input.texture.pixelFormat = 2; // no such format
     EXPECT_NE(evaluator->setInput(picture, SubstanceInputType_Image, &input, false), SubstanceStatus_Ok);
-    input.texture.buffer = nullptr;
-    input.texture.pixelFormat = SubstancePixelFormat_RGBA8;
-    EXPECT_NE(evaluator->setInput(picture, SubstanceInputType_Image, &input, false), SubstanceStatus_Ok);
+    // A record without texels (what a host pushes for an image input it never set) unsets it, like null.
     ASSERT_EQ(evaluator->setInput(picture, SubstanceInputType_Image, nullptr, false), SubstanceStatus_Ok);
     EXPECT_EQ(kvtest::renderOutputs(*evaluator)[0].bytes[0], 128); // unset again: mid grey
+    input.texture.buffer = wide.data(); // black
+    input.texture.level0Width = 2;
+    input.texture.pixelFormat = SubstancePixelFormat_L8;
+    ASSERT_EQ(evaluator->setInput(picture, SubstanceInputType_Image, &input, false), SubstanceStatus_Ok);
+    const SubstanceTextureInput empty = {};
+    ASSERT_EQ(evaluator->setInput(picture, SubstanceInputType_Image, &empty, false), SubstanceStatus_Ok);
+    EXPECT_EQ(kvtest::renderOutputs(*evaluator)[0].bytes[0], 128);
 }
 
 TEST(EvaluatorCache, ResultsMatchAFreshEvaluatorAfterEveryChange) {
