@@ -2,13 +2,12 @@
 #include "bridge/SubstanceBridge.h"
 #include "framework/description/PackageDesc.h"
 #include "framework/description/FormatFallback.h"
-#include "framework/render/KeptPackages.h"
+#include "framework/render/internal/KeptPackages.h"
 #include "material/Substance.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <vector>
 
 namespace kvSubstance {
 
@@ -46,18 +45,12 @@ void readSubstanceContent(const kvString::IString& path, kv::vector<char>& conte
 void readSubstanceContentAsChar(const kvString::IString& path, kv::vector<char>& content) {
     content.clear();
     std::ifstream file(path.asMultibyte(kvString::Multibyte).asChar(), std::ios::in | std::ios::binary);
-    if (!file) {
-        return;
+    // Read to the end rather than to a size taken up front: a stream on a
+    // directory or a device reports sizes that mean nothing.
+    char chunk[1 << 16];
+    while (file.read(chunk, sizeof chunk) || file.gcount() > 0) {
+        content.insert(content.end(), chunk, chunk + file.gcount());
     }
-    file.seekg(0, std::ios::end);
-    const std::streamoff size = file.tellg();
-    if (size <= 0) {
-        return;
-    }
-    std::vector<char> bytes(static_cast<size_t>(size));
-    file.seekg(0, std::ios::beg);
-    file.read(bytes.data(), size);
-    content.insert(content.end(), bytes.begin(), bytes.begin() + file.gcount());
 }
 
 kv::Reference<Substance> createSubstance(const kv::vector<char>& first, const kv::vector<char>& second) {

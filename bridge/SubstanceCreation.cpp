@@ -3,7 +3,7 @@
 #include "bridge/SubstanceBridge.h"
 #include "bridge/internal/InputGui.h"
 #include "framework/render/GraphInstance.h"
-#include "framework/render/KeptPackages.h"
+#include "framework/render/internal/KeptPackages.h"
 #include "framework/render/PackageStackDesc.h"
 #include "material/Substance.h"
 

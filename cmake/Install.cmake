@@ -32,7 +32,7 @@ if(TARGET kvengine)
 endif()
 
 # Public headers keep their folders; internal/ folders stay private.
-foreach(layer material bridge platform)
+foreach(layer material bridge framework platform)
     install(DIRECTORY ${KV_SOURCE_ROOT}/${layer}/
             DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvsubstance/${layer}
             FILES_MATCHING PATTERN "*.h"

@@ -1,4 +1,4 @@
-#include "framework/description/DescriptionParser.h"
+#include "framework/description/internal/DescriptionParser.h"
 
 #include "framework/description/NumberText.h"
 #include "platform/base/XmlGuard.h"

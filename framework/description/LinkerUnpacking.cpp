@@ -1,4 +1,4 @@
-#include "framework/description/LinkerUnpacking.h"
+#include "framework/description/internal/LinkerUnpacking.h"
 
 #include "platform/engine/LinkerInterface.h"
 

@@ -1,8 +1,8 @@
 #include "framework/description/PackageDesc.h"
 
-#include "framework/description/DescriptionParser.h"
+#include "framework/description/internal/DescriptionParser.h"
 #include "framework/description/FormatFallback.h"
-#include "framework/description/LinkerUnpacking.h"
+#include "framework/description/internal/LinkerUnpacking.h"
 #include "framework/render/GraphInstance.h"
 #include "framework/render/RendererAccess.h"
 #include "framework/render/RendererImpl.h"

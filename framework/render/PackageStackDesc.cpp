@@ -2,7 +2,7 @@
 
 #include "framework/render/RendererAccess.h"
 #include "framework/render/RendererImpl.h"
-#include "framework/render/StackMatching.h"
+#include "framework/render/internal/StackMatching.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,7 +1,7 @@
 #include "framework/render/RenderGlobals.h"
 
 #include "framework/description/PackageDesc.h"
-#include "framework/render/KeptPackages.h"
+#include "framework/render/internal/KeptPackages.h"
 #include "framework/render/RendererImpl.h"
 
 namespace SubstanceAir {

@@ -1,4 +1,4 @@
-#include "framework/render/StackMatching.h"
+#include "framework/render/internal/StackMatching.h"
 
 #include <map>
 #include <set>

@@ -66,6 +66,8 @@ TEST(PresetsDocument, ReportsFalseAndLeavesTheVectorWhenNothingIsRead) {
     Presets presets(2);
     EXPECT_FALSE(parsePresetsDocument(presets, "<sbspresets></sbspresets>"));
     EXPECT_FALSE(parsePresetsDocument(presets, "<presets><sbspreset/></presets>"));
+    // The presets element must be the root, not a later top-level element.
+    EXPECT_FALSE(parsePresetsDocument(presets, "<presets/><sbspresets><sbspreset label=\"L\"/></sbspresets>"));
     EXPECT_FALSE(parsePresetsDocument(presets, "<sbspresets><sbspreset></sbspresets>"));
     EXPECT_FALSE(parsePresetsDocument(presets, ""));
     EXPECT_FALSE(parsePresetsDocument(presets, nullptr));

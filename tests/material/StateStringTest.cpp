@@ -63,6 +63,20 @@ TEST_F(StateStringTest, RestoresValuesIntoAnotherMaterialOfTheSamePackage) {
     EXPECT_TRUE(other->isModified());
 }
 
+TEST_F(StateStringTest, AMaterialWithoutPackageUrlAppliesItsOwnString) {
+    kv::Reference<Substance> other(new Substance());
+    SubstanceInput* otherCount = other->newInput(9, CString("count"), TypeInt1);
+    otherCount->setValueI(4, 0);
+    const CString state = other->getStateString();
+    ASSERT_STREQ(state.asChar(), "\n9d i1 4\n");
+    otherCount->setValueI(1, 0);
+    other->applyStateString(state);
+    EXPECT_EQ(otherCount->getValueI(0), 4);
+    // ... and only a string whose header is empty too.
+    other->applyStateString(CString("pkg:/a\n9d i1 2\n"));
+    EXPECT_EQ(otherCount->getValueI(0), 4);
+}
+
 TEST_F(StateStringTest, ForeignHeaderIsANoOp) {
     NotificationCounter counter(*material);
     material->applyStateString(CString("pkg:/b\n9d i1 5\n"));
