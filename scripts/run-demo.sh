@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Builds everything and runs the main job on the default sample: compiles the
-# sample packages, prints the default material, and renders it alone and with
-# the tint effect stacked on top into out/.
+# sample packages, prints the default material, then, through the library,
+# stacks the tint effect on it, sets an input, renders the texture into out/,
+# prints the state string and checks that a fresh material given that string
+# renders the same bytes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -14,5 +16,4 @@ samples=build/release/samples
 mkdir -p out
 "$kvs" info samples/descriptions/painted_plaster.xml
 "$kvs" info "$samples/stone_tiles.mpk"
-"$kvs" render "$samples/stone_tiles.mpk" --outdir out
-"$kvs" render "$samples/stone_tiles.mpk" --stack "$samples/tint.mpk" --outdir out/stacked
+build/release/samples/material_host "$samples/stone_tiles.mpk" "$samples/tint.mpk" out/stone_tiles_tint.png wear=0.8
