@@ -19,8 +19,14 @@ std::unique_ptr<RenderResult> OutputInstance::grabResult() {
 }
 
 void OutputInstance::pushResult(std::unique_ptr<RenderResult> result) {
+    std::unique_ptr<RenderResult> dropped;
     boost::mutex::scoped_lock lock(renderGlobals().resultMutex);
     mResults.push_back(std::move(result));
+    if (mResults.size() > kMaxQueuedResults) {
+        // Freed after the lock is released; freeing takes the engine's own lock.
+        dropped = std::move(mResults.front());
+        mResults.pop_front();
+    }
 }
 
 } // namespace SubstanceAir

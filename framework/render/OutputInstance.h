@@ -8,6 +8,7 @@
 
 #include <boost/noncopyable.hpp>
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -34,6 +35,11 @@ public:
     // A value free for the host; rendering never reads it.
     uint64_t getUserData() const { return mUserData; }
     void setUserData(uint64_t userData) { mUserData = userData; }
+
+    // A host that never takes the results of an output (the texture call
+    // takes only "Output") must not pile up textures render after render:
+    // beyond this many, the oldest queued result is dropped.
+    static constexpr size_t kMaxQueuedResults = 2;
 
     // Takes the oldest queued result; null when there is none.
     std::unique_ptr<RenderResult> grabResult();

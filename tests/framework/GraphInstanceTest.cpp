@@ -217,15 +217,16 @@ TEST_F(GraphInstanceTest, ImageInputsHoldOnePointerToATextureRecord) {
     EXPECT_EQ(image.use_count(), 1);
 }
 
-TEST_F(GraphInstanceTest, ResultQueueIsFirstInFirstOut) {
+TEST_F(GraphInstanceTest, ResultQueueIsFirstInFirstOutAndBounded) {
     OutputInstance& output = *graph->getOutputs()[0];
     EXPECT_FALSE(output.grabResult());
-    for (uint16_t width = 1; width <= 3; ++width) {
+    for (uint16_t width = 1; width <= 4; ++width) {
         SubstanceTexture texture = {};
         texture.level0Width = width;
         output.pushResult(std::unique_ptr<RenderResult>(new RenderResult(texture, nullptr)));
     }
-    for (uint16_t width = 1; width <= 3; ++width) {
+    // Results nobody took make room for newer ones.
+    for (uint16_t width = 3; width <= 4; ++width) {
         std::unique_ptr<RenderResult> result = output.grabResult();
         ASSERT_TRUE(result);
         EXPECT_EQ(result->getTexture().level0Width, width);
