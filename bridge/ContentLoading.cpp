@@ -5,11 +5,20 @@
 #include "framework/render/internal/KeptPackages.h"
 #include "material/Substance.h"
 
+#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 
 namespace kvSubstance {
+
+namespace {
+
+// Both readers take the size the file reports and read at most that much,
+// growing the buffer only as bytes arrive: a directory or a device reports
+// sizes that mean nothing, and must not turn into one huge allocation.
+const size_t kChunkBytes = size_t(1) << 20;
+
+} // namespace
 
 void readSubstanceContent(const kvString::IString& path, kv::vector<char>& content) {
     std::FILE* file = std::fopen(path.asMultibyte(kvString::Multibyte).asChar(), "rb");
@@ -20,36 +29,40 @@ void readSubstanceContent(const kvString::IString& path, kv::vector<char>& conte
     if (std::fseek(file, 0, SEEK_END) == 0) {
         size = std::ftell(file);
     }
-    // A size that cannot be taken (a directory, a pipe) reads as unopenable.
-    if (size < 0 || std::fseek(file, 0, SEEK_SET) != 0) {
-        std::fclose(file);
-        return;
+    kv::vector<char> bytes;
+    bool failed = size < 0 || std::fseek(file, 0, SEEK_SET) != 0;
+    for (size_t left = failed ? 0 : static_cast<size_t>(size); left > 0 && !failed;) {
+        const size_t want = std::min(left, kChunkBytes);
+        const size_t start = bytes.size();
+        bytes.resize(start + want);
+        const size_t got = std::fread(bytes.data() + start, 1, want, file);
+        bytes.resize(start + got);
+        failed = std::ferror(file) != 0;
+        left = got == want ? left - got : 0;
     }
-    char* block = static_cast<char*>(std::malloc(static_cast<size_t>(size) + 1));
-    if (block == nullptr) {
-        std::fclose(file);
-        return;
-    }
-    const size_t read = std::fread(block, 1, static_cast<size_t>(size), file);
-    const bool failed = std::ferror(file) != 0;
     std::fclose(file);
-    if (failed) {
-        std::free(block);
-        return;
+    if (!failed) {
+        content.swap(bytes);
     }
-    block[read] = '\0';
-    content.assign(block, block + read);
-    std::free(block);
 }
 
 void readSubstanceContentAsChar(const kvString::IString& path, kv::vector<char>& content) {
     content.clear();
     std::ifstream file(path.asMultibyte(kvString::Multibyte).asChar(), std::ios::in | std::ios::binary);
-    // Read to the end rather than to a size taken up front: a stream on a
-    // directory or a device reports sizes that mean nothing.
-    char chunk[1 << 16];
-    while (file.read(chunk, sizeof chunk) || file.gcount() > 0) {
-        content.insert(content.end(), chunk, chunk + file.gcount());
+    file.seekg(0, std::ios::end);
+    const std::streamoff size = file ? static_cast<std::streamoff>(file.tellg()) : -1;
+    file.seekg(0, std::ios::beg);
+    if (size <= 0 || !file) {
+        return;
+    }
+    for (std::streamoff left = size; left > 0;) {
+        const size_t want = static_cast<size_t>(std::min<std::streamoff>(left, kChunkBytes));
+        const size_t start = content.size();
+        content.resize(start + want);
+        file.read(content.data() + start, static_cast<std::streamsize>(want));
+        const size_t got = static_cast<size_t>(file.gcount());
+        content.resize(start + got);
+        left = got == want ? left - static_cast<std::streamoff>(got) : 0;
     }
 }
 
