@@ -1,7 +1,7 @@
 // Package files into byte buffers, and two buffers into a material.
 #include "bridge/SubstanceBridge.h"
-#include "framework/description/PackageDesc.h"
 #include "framework/description/FormatFallback.h"
+#include "framework/description/PackageDesc.h"
 #include "framework/render/internal/KeptPackages.h"
 #include "material/Substance.h"
 

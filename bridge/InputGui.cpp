@@ -21,8 +21,9 @@ Widget widgetNamed(const char* text) {
     static const struct {
         const char* name;
         Widget widget;
-    } widgets[] = {{"slider", WidgetSlider},           {"angle", WidgetAngle}, {"color", WidgetColor},
-                   {"togglebutton", WidgetToggleButton}, {"image", WidgetImage}, {"combobox", WidgetComboBox}};
+    } widgets[] = {{"slider", WidgetSlider}, {"angle", WidgetAngle},
+                   {"color", WidgetColor},   {"togglebutton", WidgetToggleButton},
+                   {"image", WidgetImage},   {"combobox", WidgetComboBox}};
     if (text != nullptr) {
         for (const auto& entry : widgets) {
             if (std::strcmp(text, entry.name) == 0) {

@@ -3,8 +3,8 @@
 #include "bridge/SubstanceBridge.h"
 #include "bridge/internal/InputGui.h"
 #include "framework/render/GraphInstance.h"
-#include "framework/render/internal/KeptPackages.h"
 #include "framework/render/PackageStackDesc.h"
+#include "framework/render/internal/KeptPackages.h"
 #include "material/Substance.h"
 
 #include <algorithm>
@@ -53,7 +53,8 @@ void addInput(Substance& substance, const SubstanceAir::InputInstanceBase& insta
 
 } // namespace
 
-kv::Reference<Substance> createSubstance(SubstanceAir::PackageDesc* first, SubstanceAir::PackageDesc* second) {
+kv::Reference<Substance> createSubstance(SubstanceAir::PackageDesc* first,
+                                         SubstanceAir::PackageDesc* second) {
     kv::Reference<Substance> substance(new Substance);
     // A package without graphs (or none at all) gives an empty stack, and so a material without graphs.
     const auto firstGraph = [](const SubstanceAir::PackageDesc* package) {
@@ -61,9 +62,9 @@ kv::Reference<Substance> createSubstance(SubstanceAir::PackageDesc* first, Subst
     };
     const SubstanceAir::GraphDesc* bottom = firstGraph(first);
     const SubstanceAir::GraphDesc* top = firstGraph(second);
-    SubstanceAir::PackageStackDesc* stack = static_cast<SubstanceAir::PackageStackDesc*>(
-        SubstanceAir::keepUntilExit(std::unique_ptr<SubstanceAir::PackageDesc>(
-            new SubstanceAir::PackageStackDesc(bottom, top))));
+    SubstanceAir::PackageStackDesc* stack =
+        static_cast<SubstanceAir::PackageStackDesc*>(SubstanceAir::keepUntilExit(
+            std::unique_ptr<SubstanceAir::PackageDesc>(new SubstanceAir::PackageStackDesc(bottom, top))));
 
     SubstanceAir::instantiateGraphs(substance->getGraphInstances(), *stack);
     const std::vector<boost::shared_ptr<SubstanceAir::GraphInstance>> graphs = substance->getGraphInstances();

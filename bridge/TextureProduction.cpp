@@ -17,8 +17,8 @@ kv::TempReference<ilSIDImage> toImage(const SubstanceAir::RenderResult& result) 
     if ((texture.pixelFormat & ~SubstancePixelFormat_Flag) != 0 || texture.buffer == nullptr) {
         return kv::TempReference<ilSIDImage>();
     }
-    kv::TempReference<ilSPMemoryImg> image(
-        new ilSPMemoryImg(ilSize(texture.level0Width, texture.level0Height, 1, 4), ilUChar, ilInterleaved, true));
+    kv::TempReference<ilSPMemoryImg> image(new ilSPMemoryImg(
+        ilSize(texture.level0Width, texture.level0Height, 1, 4), ilUChar, ilInterleaved, true));
     image->setTile(0, 0, 0, texture.level0Width, texture.level0Height, 1, texture.buffer);
     return image;
 }
@@ -30,7 +30,8 @@ kv::TempReference<ilSIDImage> getTextureFromSubstance(Substance* substance) {
     if (stack == nullptr || stack->graphs().empty()) {
         return kv::TempReference<ilSIDImage>();
     }
-    const std::vector<boost::shared_ptr<SubstanceAir::GraphInstance>>& graphs = substance->getGraphInstances();
+    const std::vector<boost::shared_ptr<SubstanceAir::GraphInstance>>& graphs =
+        substance->getGraphInstances();
 
     SubstanceAir::RenderQueue queue;
     for (const boost::shared_ptr<SubstanceAir::GraphInstance>& graph : graphs) {

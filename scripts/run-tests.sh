@@ -22,8 +22,9 @@ ctest --test-dir build/tests --output-on-failure -j"$jobs"
 [ "${1:-}" = "--quick" ] && exit 0
 
 # The parts with threads of their own: signals and counted references, the
-# evaluator's thread pool, the engine interface, the framework's queues.
-threaded=(kvhost_test engine_evaluator_tests engine_api_tests kvframework_test)
+# evaluator's thread pool, the engine interface, the framework's queues and
+# render thread, and host threads rendering through the library.
+threaded=(kvhost_test engine_evaluator_tests engine_api_tests kvframework_test kvrenderer_test kvbridge_test)
 export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
 configure build/tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKV_SANITIZE=thread
 cmake --build build/tsan -j"$jobs" --target "${threaded[@]}"

@@ -42,7 +42,8 @@ bool isSystem(const std::string& identifier) {
 
 } // namespace
 
-PackageStackDesc::PackageStackDesc(const GraphDesc* bottom, const GraphDesc* top, const StackConnections& options)
+PackageStackDesc::PackageStackDesc(const GraphDesc* bottom, const GraphDesc* top,
+                                   const StackConnections& options)
     : mConnections(options.connections), mBottomOutputs(options.bottomOutputs), mBottom(bottom), mTop(top) {
     if (bottom == nullptr || top == nullptr || bottom->parent == nullptr || top->parent == nullptr) {
         mConnections.clear();
@@ -119,7 +120,8 @@ void PackageStackDesc::build(GraphDesc& graph) {
         standsFor[input->uid] = std::vector<unsigned int>(1, system->second);
         for (std::unique_ptr<InputDescBase>& clone : graph.inputs) {
             if (clone->uid == system->second) {
-                clone->alteredOutputUids.insert(clone->alteredOutputUids.end(), input->alteredOutputUids.begin(),
+                clone->alteredOutputUids.insert(clone->alteredOutputUids.end(),
+                                                input->alteredOutputUids.begin(),
                                                 input->alteredOutputUids.end());
                 break;
             }

@@ -1,8 +1,8 @@
 #include "framework/render/RenderGlobals.h"
 
 #include "framework/description/PackageDesc.h"
-#include "framework/render/internal/KeptPackages.h"
 #include "framework/render/RendererImpl.h"
+#include "framework/render/internal/KeptPackages.h"
 
 namespace SubstanceAir {
 

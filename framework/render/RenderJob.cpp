@@ -46,8 +46,9 @@ InputValueSnapshot::InputValueSnapshot(const InputInstanceBase& input)
 }
 
 void RenderJob::sortByUid() {
-    std::stable_sort(outputs.begin(), outputs.end(),
-                     [](const OutputInstance* a, const OutputInstance* b) { return outputUid(a) < outputUid(b); });
+    std::stable_sort(outputs.begin(), outputs.end(), [](const OutputInstance* a, const OutputInstance* b) {
+        return outputUid(a) < outputUid(b);
+    });
     std::stable_sort(inputs.begin(), inputs.end(),
                      [](const InputValueSnapshot& a, const InputValueSnapshot& b) { return a.uid < b.uid; });
 }

@@ -21,9 +21,9 @@ void onOutputCompleted(SubstanceHandle* handle, unsigned int outputIndex, size_t
     if (job == nullptr || substanceHandleGetOutputDesc(handle, outputIndex, &desc) != 0) {
         return;
     }
-    const auto found =
-        std::lower_bound(job->outputs.begin(), job->outputs.end(), desc.outputId,
-                         [](const OutputInstance* output, unsigned int uid) { return output->getDesc().uid < uid; });
+    const auto found = std::lower_bound(
+        job->outputs.begin(), job->outputs.end(), desc.outputId,
+        [](const OutputInstance* output, unsigned int uid) { return output->getDesc().uid < uid; });
     if (found == job->outputs.end() || (*found)->getDesc().uid != desc.outputId) {
         return;
     }
@@ -102,8 +102,8 @@ int RendererImpl::initHandle(RenderState& state) {
         substanceHandleRelease(state.handle);
         state.handle = nullptr;
     }
-    if (int status =
-            substanceHandleInit(&state.handle, engineContext, state.assembly.data(), state.assembly.size(), nullptr)) {
+    if (int status = substanceHandleInit(&state.handle, engineContext, state.assembly.data(),
+                                         state.assembly.size(), nullptr)) {
         state.handle = nullptr;
         return status;
     }

@@ -36,9 +36,10 @@ bool RenderState::push(std::unique_ptr<RenderJob> job) {
         keys.push_back(std::move(key));
     }
     job->sortByUid();
-    const auto samePackage = std::find_if(
-        pending.begin(), pending.end(),
-        [&](const std::unique_ptr<RenderJob>& waiting) { return waiting->packageUid == job->packageUid; });
+    const auto samePackage =
+        std::find_if(pending.begin(), pending.end(), [&](const std::unique_ptr<RenderJob>& waiting) {
+            return waiting->packageUid == job->packageUid;
+        });
     if (samePackage != pending.end()) {
         (*samePackage)->mergeNewer(*job);
     } else {

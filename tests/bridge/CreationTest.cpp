@@ -27,7 +27,8 @@ protected:
     }
     // One float3 input carrying `gui` as its inputgui element.
     SubstanceInput* float3With(const std::string& gui) {
-        made = material("<input uid=\"5\" identifier=\"c\" type=\"2\" default=\"0.5,0.2,0.1\">" + gui + "</input>");
+        made = material("<input uid=\"5\" identifier=\"c\" type=\"2\" default=\"0.5,0.2,0.1\">" + gui +
+                        "</input>");
         return made->getInput("c");
     }
 
@@ -36,10 +37,11 @@ protected:
 };
 
 TEST_F(CreationTest, TypesDefaultsAndIdentityComeFromTheFramework) {
-    kv::Reference<Substance> m = material("<input uid=\"5\" identifier=\"c\" type=\"2\" default=\"0.5,0.2,0.1\"/>"
-                                          "<input uid=\"6\" identifier=\"n\" type=\"10\" default=\"1,2,3,4\"/>"
-                                          "<input uid=\"7\" identifier=\"img\" type=\"5\">"
-                                          "<inputgui widget=\"image\" label=\"Picture\"/></input>");
+    kv::Reference<Substance> m =
+        material("<input uid=\"5\" identifier=\"c\" type=\"2\" default=\"0.5,0.2,0.1\"/>"
+                 "<input uid=\"6\" identifier=\"n\" type=\"10\" default=\"1,2,3,4\"/>"
+                 "<input uid=\"7\" identifier=\"img\" type=\"5\">"
+                 "<inputgui widget=\"image\" label=\"Picture\"/></input>");
     EXPECT_EQ(m->getPackageURL(), "pkg://bottom/pkg://top");
     EXPECT_EQ(m->getLabel().utf8(), "pkg://bottom");
     ASSERT_EQ(m->getGraphInstances().size(), 1u);
@@ -70,14 +72,16 @@ TEST_F(CreationTest, WidgetNamesAreMatchedExactly) {
     EXPECT_TRUE(slider->hasMax());
 
     // A capital letter makes it no widget, and then nothing else is read either.
-    SubstanceInput* capital = float3With("<inputgui widget=\"Slider\" label=\"Tint\"><guislider min=\"0\"/></inputgui>");
+    SubstanceInput* capital =
+        float3With("<inputgui widget=\"Slider\" label=\"Tint\"><guislider min=\"0\"/></inputgui>");
     EXPECT_EQ(capital->getWidget(), kvSubstance::WidgetNone);
     EXPECT_EQ(capital->getLabel().utf8(), "");
     EXPECT_FALSE(capital->hasMin());
 
     EXPECT_EQ(float3With("<inputgui widget=\"angle\"/>")->getWidget(), kvSubstance::WidgetAngle);
     EXPECT_EQ(float3With("<inputgui widget=\"color\"/>")->getWidget(), kvSubstance::WidgetColor);
-    EXPECT_EQ(float3With("<inputgui widget=\"togglebutton\"/>")->getWidget(), kvSubstance::WidgetToggleButton);
+    EXPECT_EQ(float3With("<inputgui widget=\"togglebutton\"/>")->getWidget(),
+              kvSubstance::WidgetToggleButton);
     EXPECT_EQ(float3With("<inputgui widget=\"combobox\"/>")->getWidget(), kvSubstance::WidgetComboBox);
     EXPECT_EQ(float3With("<inputgui widget=\"image\"/>")->getWidget(), kvSubstance::WidgetImage);
 }
@@ -95,16 +99,18 @@ TEST_F(CreationTest, RangeTextsShareOneScratchValue) {
     EXPECT_EQ(misfit->getMinF(1), 0.0f);
 
     // ... and a later misfit hands on what the earlier text left.
-    SubstanceInput* carried =
-        float3With("<inputgui widget=\"slider\"><guislider min=\"3,4,5\" max=\"1,2\" step=\"0.25\"/></inputgui>");
+    SubstanceInput* carried = float3With(
+        "<inputgui widget=\"slider\"><guislider min=\"3,4,5\" max=\"1,2\" step=\"0.25\"/></inputgui>");
     EXPECT_EQ(carried->getMaxF(0), 3.0f);
     EXPECT_EQ(carried->getMaxF(2), 5.0f);
     EXPECT_EQ(carried->getStepF(1), 0.25f);
 }
 
 TEST_F(CreationTest, ClampIsOnOnlyForOnInAnyCase) {
-    EXPECT_TRUE(float3With("<inputgui widget=\"slider\"><guislider clamp=\"ON\"/></inputgui>")->shouldClamp());
-    EXPECT_FALSE(float3With("<inputgui widget=\"slider\"><guislider clamp=\"yes\"/></inputgui>")->shouldClamp());
+    EXPECT_TRUE(
+        float3With("<inputgui widget=\"slider\"><guislider clamp=\"ON\"/></inputgui>")->shouldClamp());
+    EXPECT_FALSE(
+        float3With("<inputgui widget=\"slider\"><guislider clamp=\"yes\"/></inputgui>")->shouldClamp());
     EXPECT_FALSE(float3With("<inputgui widget=\"slider\"><guislider/></inputgui>")->shouldClamp());
 }
 
@@ -121,7 +127,8 @@ TEST_F(CreationTest, ComboItemsStandAtThePositionsOfTheirValues) {
         return texts;
     };
     const auto item = [](int value) {
-        return "<guicomboboxitem value=\"" + std::to_string(value) + "\" text=\"t" + std::to_string(value) + "\"/>";
+        return "<guicomboboxitem value=\"" + std::to_string(value) + "\" text=\"t" + std::to_string(value) +
+               "\"/>";
     };
     EXPECT_EQ(combo(item(0) + item(2) + item(3)), (std::vector<std::string>{"t0", "-", "t2", "t3"}));
     EXPECT_EQ(combo(item(2) + item(1)), (std::vector<std::string>{"-", "t1", "t2"}));
@@ -133,18 +140,20 @@ TEST_F(CreationTest, ComboItemsStandAtThePositionsOfTheirValues) {
 }
 
 TEST_F(CreationTest, GuiTextsPastTheWorkBufferAreCutAndSoUnread) {
-    SubstanceInput* longText = float3With("<inputgui widget=\"slider\" label=\"" + std::string(1100, 'x') + "\"/>");
+    SubstanceInput* longText =
+        float3With("<inputgui widget=\"slider\" label=\"" + std::string(1100, 'x') + "\"/>");
     ASSERT_NE(longText, nullptr);
     EXPECT_EQ(longText->getWidget(), kvSubstance::WidgetNone);
     EXPECT_EQ(longText->getValueF(0), 0.5f);
 }
 
 TEST(CreationFailure, PackagesWithoutGraphsGiveAMaterialWithoutGraphs) {
-    const std::vector<char> valid = kvtest::makePackage(kvtest::describe(13, kvtest::graphWithOutput("pkg://a")));
+    const std::vector<char> valid =
+        kvtest::makePackage(kvtest::describe(13, kvtest::graphWithOutput("pkg://a")));
     const std::vector<char> noGraphs = kvtest::makePackage(kvtest::describe(14, ""));
     for (int order = 0; order < 2; ++order) {
-        kv::Reference<Substance> m = kvSubstance::createSubstance(kv::vector<char>(order == 0 ? noGraphs : valid),
-                                                                  kv::vector<char>(order == 0 ? valid : noGraphs));
+        kv::Reference<Substance> m = kvSubstance::createSubstance(
+            kv::vector<char>(order == 0 ? noGraphs : valid), kv::vector<char>(order == 0 ? valid : noGraphs));
         ASSERT_TRUE(m);
         EXPECT_TRUE(m->getGraphInstances().empty());
         EXPECT_EQ(m->numInputs(), 0);
@@ -158,12 +167,15 @@ TEST(CreationFailure, PackagesWithoutGraphsGiveAMaterialWithoutGraphs) {
 // as the package unpacked before them; whatever they give must render or
 // fail quietly.
 TEST(CreationFailure, BytesThatAreNoPackageNeverCrash) {
-    const std::vector<char> valid = kvtest::makePackage(kvtest::describe(15, kvtest::graphWithOutput("pkg://b")));
+    const std::vector<char> valid =
+        kvtest::makePackage(kvtest::describe(15, kvtest::graphWithOutput("pkg://b")));
     const std::vector<std::vector<char>> bad = {
-        {}, std::vector<char>(valid.begin(), valid.begin() + static_cast<long>(valid.size() / 2)),
+        {},
+        std::vector<char>(valid.begin(), valid.begin() + static_cast<long>(valid.size() / 2)),
         std::vector<char>(4096, 'x')};
     for (const std::vector<char>& bytes : bad) {
-        kv::Reference<Substance> m = kvSubstance::createSubstance(kv::vector<char>(bytes), kv::vector<char>(bytes));
+        kv::Reference<Substance> m =
+            kvSubstance::createSubstance(kv::vector<char>(bytes), kv::vector<char>(bytes));
         ASSERT_TRUE(m);
         kvSubstance::getTextureFromSubstance(m.get());
         m->applyStateString(m->getStateString());

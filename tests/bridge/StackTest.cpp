@@ -17,8 +17,9 @@ namespace {
 
 std::string output(unsigned int uid, const std::string& identifier, const std::string& usage,
                    const std::string& label = "") {
-    return "<output uid=\"" + std::to_string(uid) + "\" identifier=\"" + identifier + "\"><outputgui label=\"" +
-           label + "\"><channels><channel names=\"" + usage + "\"/></channels></outputgui></output>";
+    return "<output uid=\"" + std::to_string(uid) + "\" identifier=\"" + identifier +
+           "\"><outputgui label=\"" + label + "\"><channels><channel names=\"" + usage +
+           "\"/></channels></outputgui></output>";
 }
 
 std::string input(unsigned int uid, const std::string& identifier, int type, const std::string& alters,
@@ -28,7 +29,8 @@ std::string input(unsigned int uid, const std::string& identifier, int type, con
            (label.empty() ? identifier : label) + "\"/></input>";
 }
 
-std::unique_ptr<PackageDesc> package(unsigned int asmUid, const std::string& outputs, const std::string& inputs) {
+std::unique_ptr<PackageDesc> package(unsigned int asmUid, const std::string& outputs,
+                                     const std::string& inputs) {
     return kvtest::loadDescription(kvtest::describe(
         asmUid, "<graph pkgurl=\"pkg://" + std::to_string(asmUid) + "\" label=\"G\"><outputs>" + outputs +
                     "</outputs><inputs>" + inputs + "</inputs></graph>"));
@@ -90,8 +92,7 @@ TEST(StackMatching, ExplicitConnectionsAreKeptOnlyWhenBothEndsExist) {
 class StackGraphTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        bottom = package(40,
-                         kBottomOutputs + output(900, "mask", "mask"),
+        bottom = package(40, kBottomOutputs + output(900, "mask", "mask"),
                          input(301, "$outputsize", 8, "101,102,103,900") + input(302, "wear", 0, "101") +
                              input(303, "grain", 0, "102") + input(304, "edge", 0, "900"));
         top = package(41, output(501, "Output", "diffuse"),
@@ -144,8 +145,10 @@ TEST_F(StackGraphTest, InputsAlteringOnlyDroppedOutputsMarkNothing) {
 
 TEST(StackRegistry, EveryStackHasItsOwnRegisteredUid) {
     auto graphOnly = package(50, output(101, "Output", "diffuse"), "");
-    std::unique_ptr<PackageStackDesc> first(new PackageStackDesc(&graphOnly->graphs()[0], &graphOnly->graphs()[0]));
-    std::unique_ptr<PackageStackDesc> second(new PackageStackDesc(&graphOnly->graphs()[0], &graphOnly->graphs()[0]));
+    std::unique_ptr<PackageStackDesc> first(
+        new PackageStackDesc(&graphOnly->graphs()[0], &graphOnly->graphs()[0]));
+    std::unique_ptr<PackageStackDesc> second(
+        new PackageStackDesc(&graphOnly->graphs()[0], &graphOnly->graphs()[0]));
     EXPECT_NE(first->asmUid(), second->asmUid());
     EXPECT_TRUE(kvtest::isRegistered(first->asmUid()));
     const unsigned int uid = first->asmUid();

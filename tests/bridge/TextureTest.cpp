@@ -18,7 +18,8 @@ namespace {
 kv::vector<char> sampleBytes(const std::string& name) {
     kv::vector<char> bytes;
     kvSubstance::readSubstanceContent(
-        kvString::IString((std::string(KV_BINARY_DIR "/samples/") + name + ".mpk").c_str(), kvString::Multibyte),
+        kvString::IString((std::string(KV_BINARY_DIR "/samples/") + name + ".mpk").c_str(),
+                          kvString::Multibyte),
         bytes);
     return bytes;
 }
@@ -134,8 +135,9 @@ TEST_F(SampleTexture, TwoHostThreadsRenderTheirOwnMaterials) {
 kv::vector<char> uniformPackage(const std::string& identifier, const std::string& format, int mipmaps) {
     const std::string source = R"({"graphs": [{"url": "pkg://uniform", "inputs": [
         {"identifier": "$outputsize", "type": "int2", "default": [8, 7]}],
-      "outputs": [{"identifier": ")" + identifier + R"(", "format": ")" + format +
-                               R"(", "mipmaps": )" + std::to_string(mipmaps) + R"(, "node": "paint"}],
+      "outputs": [{"identifier": ")" +
+                               identifier + R"(", "format": ")" + format + R"(", "mipmaps": )" +
+                               std::to_string(mipmaps) + R"(, "node": "paint"}],
       "nodes": [{"id": "paint", "kind": "color.uniform", "params": {"color": [0.2, 0.4, 0.6, 1]}}]}]})";
     const std::vector<char> bytes = kvcompiler::compilePackageSource(source, "uniform.json").bytes;
     return kv::vector<char>(bytes.begin(), bytes.end());
@@ -143,7 +145,8 @@ kv::vector<char> uniformPackage(const std::string& identifier, const std::string
 
 TEST(TextureConversion, OnlyTheFullLevelOfAn8BitRgbaOutputBecomesTheImage) {
     const kv::vector<char> effect = uniformPackage("Other", "rgba8", 0);
-    kv::Reference<Substance> mipmapped = kvSubstance::createSubstance(uniformPackage("Output", "rgba8", 0), effect);
+    kv::Reference<Substance> mipmapped =
+        kvSubstance::createSubstance(uniformPackage("Output", "rgba8", 0), effect);
     // The effect has no image input, so the stack renders the effect's graph: "Other".
     EXPECT_FALSE(kvSubstance::getTextureFromSubstance(mipmapped.get()));
 
@@ -156,10 +159,12 @@ TEST(TextureConversion, OnlyTheFullLevelOfAn8BitRgbaOutputBecomesTheImage) {
     }
 
     for (const char* format : {"rgba16", "l8", "rgba32f"}) {
-        kv::Reference<Substance> other = kvSubstance::createSubstance(effect, uniformPackage("Output", format, 1));
+        kv::Reference<Substance> other =
+            kvSubstance::createSubstance(effect, uniformPackage("Output", format, 1));
         EXPECT_FALSE(kvSubstance::getTextureFromSubstance(other.get())) << format;
     }
-    kv::Reference<Substance> lowerCase = kvSubstance::createSubstance(effect, uniformPackage("output", "rgba8", 1));
+    kv::Reference<Substance> lowerCase =
+        kvSubstance::createSubstance(effect, uniformPackage("output", "rgba8", 1));
     EXPECT_FALSE(kvSubstance::getTextureFromSubstance(lowerCase.get()));
 }
 
