@@ -82,26 +82,35 @@ bool parseGraph(const TiXmlElement& element, GraphDesc& graph) {
 
 } // namespace
 
-bool parseDescription(const char* xmlText, PackageDesc* parent, unsigned int& asmUid, GraphDescs& graphs) {
+bool parseDescription(const char* xmlText, PackageDesc* parent, unsigned int& asmUid, GraphDescs& graphs,
+                      std::string& why) {
     if (!kvUtil::isXmlWithinLimits(xmlText)) {
+        why = "the description is empty or beyond the XML size and nesting limits";
         return false;
     }
     TiXmlDocument document;
     document.Parse(xmlText);
     if (document.Error()) {
+        why = std::string("the description is not well-formed XML (") + document.ErrorDesc() + " at line " +
+              std::to_string(document.ErrorRow()) + ")";
         return false;
     }
     const TiXmlElement* root = document.RootElement();
     if (root == nullptr || root->ValueStr() != "sbsdescription") {
+        why = "the description's root element is " +
+              (root == nullptr ? std::string("missing") : "'" + root->ValueStr() + "'") +
+              ", not sbsdescription";
         return false;
     }
     const char* asmUidText = root->Attribute("asmuid");
     if (asmUidText == nullptr) {
+        why = "the description has no asmuid";
         return false;
     }
     asmUid = valueFromText<unsigned int>(asmUidText);
     const TiXmlElement* graphsElement = root->FirstChildElement("graphs");
     if (graphsElement == nullptr) {
+        why = "the description has no graphs element";
         return false;
     }
 

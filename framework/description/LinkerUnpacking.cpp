@@ -29,7 +29,7 @@ void onAssembly(SubstanceLinkerHandle*, unsigned int, const char* data, size_t s
 
 } // namespace
 
-void unpackWithLinker(const char* data, size_t size, std::string& description, std::vector<char>& assembly) {
+int unpackWithLinker(const char* data, size_t size, std::string& description, std::vector<char>& assembly) {
     boost::mutex::scoped_lock lock(unpackingMutex);
     SubstanceLinkerContext* context = nullptr;
     substanceLinkerContextInit(&context, SubstanceApiVersion, SubstanceCpuEngineId);
@@ -39,12 +39,14 @@ void unpackWithLinker(const char* data, size_t size, std::string& description, s
                                       reinterpret_cast<SubstanceCallback>(&onAssembly));
     SubstanceLinkerHandle* handle = nullptr;
     substanceLinkerHandleInit(&handle, context);
-    substanceLinkerHandlePushAssemblyMemory(handle, data, size);
+    const int status = handle != nullptr ? substanceLinkerHandlePushAssemblyMemory(handle, data, size)
+                                         : SubstanceStatus_InvalidState;
     substanceLinkerHandleRelease(handle);
     substanceLinkerContextRelease(context);
 
     assembly = assemblyBuffer;
     description = descriptionBuffer;
+    return status;
 }
 
 } // namespace SubstanceAir

@@ -1,7 +1,7 @@
 #include "framework/description/PackageDesc.h"
 
-#include "framework/description/internal/DescriptionParser.h"
 #include "framework/description/FormatFallback.h"
+#include "framework/description/internal/DescriptionParser.h"
 #include "framework/description/internal/LinkerUnpacking.h"
 #include "framework/render/GraphInstance.h"
 #include "framework/render/RendererAccess.h"
@@ -13,10 +13,20 @@ namespace SubstanceAir {
 
 PackageDesc::PackageDesc(const char* data, size_t size, const OutputFormatOptions* options) {
     std::string description;
-    unpackWithLinker(data, size, description, mAssembly);
-    if (!parseDescription(description.c_str(), this, mAsmUid, mGraphs)) {
+    if (const int status = unpackWithLinker(data, size, description, mAssembly)) {
+        mLoadProblem =
+            "the bytes are not a package the linker can read (status " + std::to_string(status) + ")";
+    }
+    std::string why;
+    if (!parseDescription(description.c_str(), this, mAsmUid, mGraphs, why)) {
         mGraphs.clear();
+        if (mLoadProblem.empty()) {
+            mLoadProblem = why;
+        }
         return;
+    }
+    if (mGraphs.empty() && mLoadProblem.empty()) {
+        mLoadProblem = "the description holds no graph with outputs";
     }
     const OutputFormatOptions hostOptions = {AllFormatClasses, 0};
     adjustOutputs(options != nullptr ? *options : hostOptions);

@@ -10,6 +10,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include <cstddef>
+#include <string>
 #include <vector>
 
 namespace SubstanceAir {
@@ -48,6 +49,12 @@ public:
     unsigned int asmUid() const { return mAsmUid; }
     const std::vector<char>& assembly() const { return mAssembly; }
 
+    // Empty when the package was read as it is; otherwise one line saying
+    // what went wrong: the linker refused the bytes, the description did not
+    // parse, or it held no graph with outputs. Bytes the linker refuses read
+    // as the package unpacked before them, so check this, not the graph count.
+    const std::string& loadProblem() const { return mLoadProblem; }
+
 protected:
     // For derived packages that fill the fields themselves; does nothing.
     PackageDesc() = default;
@@ -55,6 +62,7 @@ protected:
     std::vector<char> mAssembly;
     unsigned int mAsmUid = 0;
     GraphDescs mGraphs;
+    std::string mLoadProblem;
 
 private:
     void adjustOutputs(const OutputFormatOptions& options);

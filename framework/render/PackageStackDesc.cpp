@@ -47,6 +47,7 @@ PackageStackDesc::PackageStackDesc(const GraphDesc* bottom, const GraphDesc* top
     : mConnections(options.connections), mBottomOutputs(options.bottomOutputs), mBottom(bottom), mTop(top) {
     if (bottom == nullptr || top == nullptr || bottom->parent == nullptr || top->parent == nullptr) {
         mConnections.clear();
+        mLoadProblem = "a stack needs a graph of a loaded package on each side";
         return;
     }
     mAsmUid = bottom->parent->asmUid() ^ top->parent->asmUid() ^ nextStackSalt();

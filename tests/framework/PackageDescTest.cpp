@@ -78,20 +78,26 @@ TEST(PackageGraphs, GraphsWithoutOutputsAreDroppedInPlace) {
     EXPECT_EQ(package->graphs()[1].label, "pkg://b");
 }
 
-TEST(PackageGraphs, InvalidRootsYieldNoGraphsAndNoRegistration) {
+TEST(PackageGraphs, InvalidRootsYieldNoGraphsNoRegistrationAndAReason) {
     const std::string graph = graphWithOutput("pkg://a");
-    const std::vector<std::string> descriptions = {
-        "<sbsdescription><graphs>" + graph + "</graphs></sbsdescription>",
-        "<sbsdescription asmuid=\"2004\">" + graph + "</sbsdescription>",
-        "<description asmuid=\"2004\"><graphs>" + graph + "</graphs></description>",
-        "<sbsdescription asmuid=\"2004\"><graphs>" + graph + "</graphs>",
-        "not xml at all",
-        ""};
-    for (const std::string& description : descriptions) {
-        auto package = loadDescription(description);
-        EXPECT_TRUE(package->graphs().empty()) << description;
-        EXPECT_FALSE(kvtest::isRegistered(2004)) << description;
+    const std::vector<std::pair<std::string, std::string>> descriptions = {
+        {"<sbsdescription><graphs>" + graph + "</graphs></sbsdescription>", "no asmuid"},
+        {"<sbsdescription asmuid=\"2004\">" + graph + "</sbsdescription>", "no graphs element"},
+        {"<description asmuid=\"2004\"><graphs>" + graph + "</graphs></description>",
+         "root element is 'description', not sbsdescription"},
+        {"<sbsdescription asmuid=\"2004\"><graphs>" + graph + "</graphs>", "not well-formed XML"},
+        {"not xml at all", "not well-formed XML"},
+        {"", "empty"},
+        {"<sbsdescription asmuid=\"2010\"><graphs><graph pkgurl=\"pkg://x\"/></graphs></sbsdescription>",
+         "no graph with outputs"}};
+    for (const auto& description : descriptions) {
+        auto package = loadDescription(description.first);
+        EXPECT_TRUE(package->graphs().empty()) << description.first;
+        EXPECT_NE(package->loadProblem().find(description.second), std::string::npos)
+            << description.first << " -> " << package->loadProblem();
     }
+    EXPECT_FALSE(kvtest::isRegistered(2004));
+    EXPECT_EQ(loadDescription(describe(2003, graph))->loadProblem(), "");
 }
 
 TEST(PackageGraphs, AsmUidIsConvertedWhole) {
@@ -117,6 +123,7 @@ TEST(PackageGraphs, PushThatDeliversNothingReusesThePreviousPackagesContent) {
     PackageDesc second(garbage, sizeof garbage, nullptr);
     ASSERT_EQ(second.graphs().size(), 1u);
     EXPECT_EQ(second.graphs()[0].packageUrl, "pkg://kept");
+    EXPECT_NE(second.loadProblem().find("not a package the linker can read"), std::string::npos);
     EXPECT_EQ(second.assembly(), first->assembly());
 }
 

@@ -12,6 +12,7 @@ namespace SubstanceAir {
 // delivered. The callbacks fill process-wide buffers that keep the previous
 // package's content until overwritten, so a package whose push delivers
 // nothing yields what the previous one delivered. Calls are serialised.
-void unpackWithLinker(const char* data, size_t size, std::string& description, std::vector<char>& assembly);
+// Returns the linker's status for the push (0 when it took the bytes).
+int unpackWithLinker(const char* data, size_t size, std::string& description, std::vector<char>& assembly);
 
 } // namespace SubstanceAir
