@@ -66,15 +66,25 @@ void readSubstanceContentAsChar(const kvString::IString& path, kv::vector<char>&
     }
 }
 
-kv::Reference<Substance> createSubstance(const kv::vector<char>& first, const kv::vector<char>& second) {
+namespace {
+
+// The host's options: every format class, mip maps as described.
+SubstanceAir::PackageDesc* loadKept(const kv::vector<char>& bytes) {
     const SubstanceAir::OutputFormatOptions options = {SubstanceAir::AllFormatClasses, 0};
-    const auto load = [&](const kv::vector<char>& bytes) {
-        return SubstanceAir::keepUntilExit(std::unique_ptr<SubstanceAir::PackageDesc>(
-            new SubstanceAir::PackageDesc(bytes.data(), bytes.size(), &options)));
-    };
-    SubstanceAir::PackageDesc* bottom = load(first);
-    SubstanceAir::PackageDesc* top = load(second);
+    return SubstanceAir::keepUntilExit(std::unique_ptr<SubstanceAir::PackageDesc>(
+        new SubstanceAir::PackageDesc(bytes.data(), bytes.size(), &options)));
+}
+
+} // namespace
+
+kv::Reference<Substance> createSubstance(const kv::vector<char>& first, const kv::vector<char>& second) {
+    SubstanceAir::PackageDesc* bottom = loadKept(first);
+    SubstanceAir::PackageDesc* top = loadKept(second);
     return createSubstance(bottom, top);
+}
+
+kv::Reference<Substance> createSubstance(const kv::vector<char>& package) {
+    return createSubstance(loadKept(package));
 }
 
 } // namespace kvSubstance

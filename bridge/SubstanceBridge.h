@@ -22,11 +22,13 @@
 
 namespace SubstanceAir {
 class PackageDesc;
+struct Preset;
 } // namespace SubstanceAir
 
 namespace kvSubstance {
 
 class Substance;
+class SubstanceInput;
 
 // Reads a whole file, byte for byte, into content. A file that cannot be
 // opened leaves content as it was.
@@ -48,6 +50,23 @@ kv::Reference<Substance> createSubstance(const kv::vector<char>& first, const kv
 // The same from package descriptions loaded by the host, which must outlive
 // the material; the stack built over them is kept by the library.
 kv::Reference<Substance> createSubstance(SubstanceAir::PackageDesc* first, SubstanceAir::PackageDesc* second);
+
+// The material of one package's first graph, without a stack: the same as
+// above with nothing on top. Kept by the library like the two-package form.
+kv::Reference<Substance> createSubstance(const kv::vector<char>& package);
+kv::Reference<Substance> createSubstance(SubstanceAir::PackageDesc* package);
+
+// Sets `input` from text of the description's form ("0.5", "1,0,0", "6,6";
+// one number sets every component) and hands the value to the renderer.
+// False, changing nothing, when the text is not numbers of the input's kind
+// and count.
+bool setInputValueFromText(kv::Reference<Substance> substance, SubstanceInput* input, const char* text);
+
+// Applies a preset of the material's graph (the graph instances' presets)
+// value by value through setInputValueFromText. Values naming an input the
+// material lacks, or text that does not parse, are passed over; false when
+// any was.
+bool applyPreset(kv::Reference<Substance> substance, const SubstanceAir::Preset& preset);
 
 // Renders what changed since the last call and returns the material's
 // texture: the output "Output" as 8-bit RGBA, in the engine's byte order.

@@ -51,31 +51,46 @@ void addInput(Substance& substance, const SubstanceAir::InputInstanceBase& insta
     internal::applyInputGui(desc.guiXml, input);
 }
 
+// Fills `substance` from its graph instances: one host input per numerical
+// input, then the URL and label of the last graph.
+void mirrorGraphs(Substance& substance) {
+    const std::vector<boost::shared_ptr<SubstanceAir::GraphInstance>> graphs = substance.getGraphInstances();
+    for (const boost::shared_ptr<SubstanceAir::GraphInstance>& graph : graphs) {
+        for (const std::unique_ptr<SubstanceAir::InputInstanceBase>& input : graph->getInputs()) {
+            addInput(substance, *input);
+        }
+        substance.setPackageURL(kvString::CString(graph->getDesc().packageUrl));
+        substance.setLabel(kvString::IString(graph->getDesc().label.c_str(), kvString::Multibyte));
+    }
+}
+
+const SubstanceAir::GraphDesc* firstGraph(const SubstanceAir::PackageDesc* package) {
+    return package == nullptr || package->graphs().empty() ? nullptr : &package->graphs().front();
+}
+
 } // namespace
 
 kv::Reference<Substance> createSubstance(SubstanceAir::PackageDesc* first,
                                          SubstanceAir::PackageDesc* second) {
     kv::Reference<Substance> substance(new Substance);
     // A package without graphs (or none at all) gives an empty stack, and so a material without graphs.
-    const auto firstGraph = [](const SubstanceAir::PackageDesc* package) {
-        return package == nullptr || package->graphs().empty() ? nullptr : &package->graphs().front();
-    };
-    const SubstanceAir::GraphDesc* bottom = firstGraph(first);
-    const SubstanceAir::GraphDesc* top = firstGraph(second);
-    SubstanceAir::PackageStackDesc* stack =
-        static_cast<SubstanceAir::PackageStackDesc*>(SubstanceAir::keepUntilExit(
-            std::unique_ptr<SubstanceAir::PackageDesc>(new SubstanceAir::PackageStackDesc(bottom, top))));
-
+    SubstanceAir::PackageStackDesc* stack = static_cast<SubstanceAir::PackageStackDesc*>(
+        SubstanceAir::keepUntilExit(std::unique_ptr<SubstanceAir::PackageDesc>(
+            new SubstanceAir::PackageStackDesc(firstGraph(first), firstGraph(second)))));
     SubstanceAir::instantiateGraphs(substance->getGraphInstances(), *stack);
-    const std::vector<boost::shared_ptr<SubstanceAir::GraphInstance>> graphs = substance->getGraphInstances();
-    for (const boost::shared_ptr<SubstanceAir::GraphInstance>& graph : graphs) {
-        for (const std::unique_ptr<SubstanceAir::InputInstanceBase>& input : graph->getInputs()) {
-            addInput(*substance, *input);
-        }
-        substance->setPackageURL(kvString::CString(graph->getDesc().packageUrl));
-        substance->setLabel(kvString::IString(graph->getDesc().label.c_str(), kvString::Multibyte));
-    }
+    mirrorGraphs(*substance);
     substance->setPackageDesc(stack, first, second);
+    return substance;
+}
+
+kv::Reference<Substance> createSubstance(SubstanceAir::PackageDesc* package) {
+    kv::Reference<Substance> substance(new Substance);
+    if (const SubstanceAir::GraphDesc* graph = firstGraph(package)) {
+        substance->getGraphInstances().push_back(
+            boost::shared_ptr<SubstanceAir::GraphInstance>(new SubstanceAir::GraphInstance(*graph)));
+    }
+    mirrorGraphs(*substance);
+    substance->setPackageDesc(nullptr, package, nullptr);
     return substance;
 }
 

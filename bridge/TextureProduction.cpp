@@ -26,12 +26,13 @@ kv::TempReference<ilSIDImage> toImage(const SubstanceAir::RenderResult& result) 
 } // namespace
 
 kv::TempReference<ilSIDImage> getTextureFromSubstance(Substance* substance) {
-    SubstanceAir::PackageStackDesc* stack = substance->getPackageStackDesc();
-    if (stack == nullptr || stack->graphs().empty()) {
-        return kv::TempReference<ilSIDImage>();
-    }
+    // A material of one package has no stack; it renders its graph instances.
+    const SubstanceAir::PackageStackDesc* stack = substance->getPackageStackDesc();
     const std::vector<boost::shared_ptr<SubstanceAir::GraphInstance>>& graphs =
         substance->getGraphInstances();
+    if (stack != nullptr ? stack->graphs().empty() : graphs.empty()) {
+        return kv::TempReference<ilSIDImage>();
+    }
 
     SubstanceAir::RenderQueue queue;
     for (const boost::shared_ptr<SubstanceAir::GraphInstance>& graph : graphs) {

@@ -67,6 +67,9 @@ void PackageStackDesc::build(GraphDesc& graph) {
     graph.packageUrl = bottom.packageUrl + "/" + top.packageUrl;
     graph.label = bottom.label;
     graph.parent = this;
+    // Both graphs' presets apply to the stack: their inputs keep their uids in it.
+    graph.presets = bottom.presets;
+    graph.presets.insert(graph.presets.end(), top.presets.begin(), top.presets.end());
 
     std::map<std::string, unsigned int> bottomSystemInputs;
     for (const std::unique_ptr<InputDescBase>& input : bottom.inputs) {

@@ -1,8 +1,8 @@
 // Two graphs stacked into one package: outputs of a bottom graph feed image
 // inputs of a top graph, and the pair renders as one graph. The stack is a
-// PackageDesc of one graph (URL "<bottom URL>/<top URL>") registered with the
-// renderer under a uid of its own; linking it pushes both packages and the
-// connections.
+// PackageDesc of one graph (URL "<bottom URL>/<top URL>", the bottom's label,
+// the presets of both) registered with the renderer under a uid of its own;
+// linking it pushes both packages and the connections.
 //
 // Without explicit connections, bottom outputs are matched to top image
 // inputs by lower-cased identifier, label and channel usage ("glossiness",
