@@ -13,6 +13,7 @@ target_compile_definitions(kv_tinyxml INTERFACE TIXML_USE_STL)
 pkg_check_modules(LIBZIP REQUIRED IMPORTED_TARGET libzip)
 find_package(PNG REQUIRED)
 find_package(nlohmann_json 3 REQUIRED)
+find_package(OpenEXR 3 CONFIG REQUIRED)
 
 if(KV_BUILD_TESTS)
     find_package(GTest REQUIRED)

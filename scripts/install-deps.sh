@@ -7,7 +7,7 @@ packages=(
     build-essential cmake pkg-config clang-format
     libtinyxml-dev
     libboost-dev libboost-thread-dev libboost-system-dev
-    libzip-dev zlib1g-dev libpng-dev
+    libzip-dev zlib1g-dev libpng-dev libopenexr-dev
     nlohmann-json3-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     unzip

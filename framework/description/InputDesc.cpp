@@ -96,6 +96,17 @@ void linkAlteredOutputs(const std::string& text, InputDescBase& desc, OutputDesc
 
 } // namespace
 
+std::string widgetName(const InputDescBase& input) {
+    if (input.guiXml.empty()) {
+        return std::string();
+    }
+    TiXmlDocument gui;
+    gui.Parse(input.guiXml.c_str());
+    const TiXmlElement* root = gui.RootElement();
+    const char* widget = root != nullptr ? root->Attribute("widget") : nullptr;
+    return widget != nullptr ? widget : "";
+}
+
 std::unique_ptr<InputDescBase> parseInput(const TiXmlElement& element, OutputDescs& outputs) {
     int typeCode = -1;
     element.QueryIntAttribute("type", &typeCode);

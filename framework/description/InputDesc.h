@@ -77,6 +77,10 @@ struct InputDescImage : InputDescBase {
     std::unique_ptr<InputInstanceBase> instantiate(GraphInstance& parent) const override;
 };
 
+// The widget that the kept GUI XML names ("slider", "color", ...); empty
+// when there is none.
+std::string widgetName(const InputDescBase& input);
+
 // Builds the descriptor of an `input` element. `outputs` are the graph's
 // outputs sorted by uid; the outputs this input alters record its uid. Null
 // for an unsupported or missing type: the caller skips the input.

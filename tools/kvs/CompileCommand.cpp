@@ -1,12 +1,13 @@
 // kvs compile <source.json> [-o <out.mpk>]: builds a package from its source.
 #include "tools/compiler/CompileError.h"
 #include "tools/compiler/PackageCompiler.h"
-#include "tools/kvs/Commands.h"
+#include "tools/kvs/Cli.h"
 #include "tools/kvs/FileOutput.h"
 
 #include <cstdio>
-#include <cstring>
+#include <filesystem>
 #include <string>
+#include <system_error>
 
 namespace {
 
@@ -16,33 +17,21 @@ std::string defaultOutput(const std::string& source) {
     return (dot == std::string::npos ? name : name.substr(0, dot)) + ".mpk";
 }
 
-int runCompile(int argc, char** argv) {
-    std::string source, output;
-    for (int i = 0; i < argc; ++i) {
-        if (std::strcmp(argv[i], "-o") == 0 && i + 1 < argc) {
-            output = argv[++i];
-        } else if (argv[i][0] == '-' || !source.empty()) {
-            std::fprintf(
-                stderr,
-                "kvs compile: unexpected argument '%s' (usage: kvs compile <source.json> -o <out.mpk>)\n",
-                argv[i]);
-            return 2;
-        } else {
-            source = argv[i];
-        }
+int runCompile(const kvs::ParsedArgs& args) {
+    if (args.operands.size() != 1) {
+        throw kvs::UsageError(args.operands.empty() ? "no source given" : "one source at a time");
     }
-    if (source.empty()) {
-        std::fprintf(stderr, "kvs compile: no source (usage: kvs compile <source.json> -o <out.mpk>)\n");
-        return 2;
+    const std::string& source = args.operands[0];
+    const std::string output = args.value("-o", defaultOutput(source));
+    std::error_code ignored;
+    if (std::filesystem::equivalent(output, source, ignored)) {
+        throw kvs::Failure("refusing to overwrite the source " + source + " with the package");
     }
-    if (output.empty())
-        output = defaultOutput(source);
     try {
         kvcompiler::CompiledPackage package = kvcompiler::compilePackageFile(source);
         std::string error;
         if (!kvs::writeFileAtomically(output, package.bytes.data(), package.bytes.size(), error)) {
-            std::fprintf(stderr, "kvs compile: %s\n", error.c_str());
-            return 1;
+            throw kvs::Failure(error);
         }
         size_t outputs = 0;
         for (const auto& graph : package.assembly.graphs)
@@ -52,12 +41,17 @@ int runCompile(int argc, char** argv) {
                     outputs == 1 ? "" : "s", package.bytes.size());
         return 0;
     } catch (const kvcompiler::CompileError& e) {
-        std::fprintf(stderr, "kvs compile: %s\n", e.what());
-        return 1;
+        throw kvs::Failure(e.what());
     }
 }
 
-const kvs::CommandRegistration registration({"compile", "build a package (.mpk) from a JSON package source",
-                                             runCompile});
+const kvs::CommandRegistration registration({
+    "compile",
+    "build a package (.mpk) from a JSON package source",
+    "SOURCE.json",
+    {{"-o", "FILE", "where the package goes (default: the source's name with .mpk, here)"}},
+    runCompile,
+    "The source format is described in docs/package-source.md.",
+});
 
 } // namespace

@@ -2,9 +2,14 @@
 
 #include "tools/kvs/FileOutput.h"
 
+#include <OpenEXR/ImfChannelList.h>
+#include <OpenEXR/ImfFrameBuffer.h>
+#include <OpenEXR/ImfHeader.h>
+#include <OpenEXR/ImfOutputFile.h>
 #include <png.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -75,26 +80,37 @@ bool writePng(const std::string& path, const FloatImage& image, int bitDepth, st
     return writeFileAtomically(path, state.bytes.data(), state.bytes.size(), error);
 }
 
-bool writePfm(const std::string& path, const FloatImage& image, std::string& error) {
-    const int channels = image.channels == 1 ? 1 : 3;
-    std::string header = std::string(channels == 1 ? "Pf" : "PF") + "\n" + std::to_string(image.width) + " " +
-                         std::to_string(image.height) + "\n-1.0\n"; // negative scale: little-endian
-    std::vector<char> bytes(header.begin(), header.end());
-    const size_t width = static_cast<size_t>(image.width);
-    const size_t sourceChannels = static_cast<size_t>(image.channels);
-    // PFM stores rows bottom to top.
-    for (size_t y = static_cast<size_t>(image.height); y-- > 0;) {
-        for (size_t x = 0; x < width; ++x) {
-            const float* texel = &image.texels[(y * width + x) * sourceChannels];
-            for (int c = 0; c < channels; ++c) {
-                uint32_t bits;
-                std::memcpy(&bits, &texel[c], 4);
-                for (int shift = 0; shift < 32; shift += 8)
-                    bytes.push_back(static_cast<char>((bits >> shift) & 0xff));
-            }
+bool writeExr(const std::string& path, const FloatImage& image, std::string& error) {
+    static const char* const gray[] = {"Y"};
+    static const char* const colour[] = {"R", "G", "B", "A"};
+    const char* const* names = image.channels == 1 ? gray : colour;
+    const std::string temporary = path + ".tmp";
+    try {
+        Imf::Header header(image.width, image.height);
+        header.compression() = Imf::ZIP_COMPRESSION;
+        Imf::FrameBuffer frame;
+        const size_t texelBytes = sizeof(float) * static_cast<size_t>(image.channels);
+        for (int c = 0; c < image.channels; ++c) {
+            header.channels().insert(names[c], Imf::Channel(Imf::FLOAT));
+            // The frame buffer only reads through this pointer.
+            char* base = reinterpret_cast<char*>(const_cast<float*>(image.texels.data() + c));
+            frame.insert(names[c], Imf::Slice(Imf::FLOAT, base, texelBytes,
+                                              texelBytes * static_cast<size_t>(image.width)));
         }
+        Imf::OutputFile file(temporary.c_str(), header);
+        file.setFrameBuffer(frame);
+        file.writePixels(image.height);
+    } catch (const std::exception& e) {
+        std::remove(temporary.c_str());
+        error = path + ": cannot write (" + e.what() + ")";
+        return false;
     }
-    return writeFileAtomically(path, bytes.data(), bytes.size(), error);
+    if (std::rename(temporary.c_str(), path.c_str()) != 0) {
+        std::remove(temporary.c_str());
+        error = path + ": cannot write (" + std::strerror(errno) + ")";
+        return false;
+    }
+    return true;
 }
 
 } // namespace kvs

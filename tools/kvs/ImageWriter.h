@@ -1,5 +1,6 @@
-// Writes rendered textures as PNG (8 or 16 bits per channel) or PFM (32-bit
-// float, the simplest lossless float format).
+// Writes rendered textures as PNG (8 or 16 bits per channel) or OpenEXR
+// (32-bit float channels, lossless ZIP compression), each through a
+// temporary file so that a failure never leaves half a file.
 #pragma once
 
 #include <string>
@@ -18,7 +19,7 @@ struct FloatImage {
 // bitDepth 8 or 16; values are clamped to 0..1. On failure fills a one-line `error`.
 bool writePng(const std::string& path, const FloatImage& image, int bitDepth, std::string& error);
 
-// Gray images give "Pf", colour images "PF" (alpha is dropped: PFM has none).
-bool writePfm(const std::string& path, const FloatImage& image, std::string& error);
+// Gray images get one channel Y, colour images R, G, B and A when present.
+bool writeExr(const std::string& path, const FloatImage& image, std::string& error);
 
 } // namespace kvs

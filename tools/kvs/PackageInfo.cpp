@@ -5,7 +5,6 @@
 #include "framework/description/PackageDesc.h"
 
 #include <nlohmann/json.hpp>
-#include <tinyxml.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -43,15 +42,6 @@ const char* typeName(unsigned int type) {
     }
 }
 
-// The widget named by the kept `inputgui` element; empty when there is none.
-std::string widgetOf(const InputDescBase& input) {
-    TiXmlDocument gui;
-    gui.Parse(input.guiXml.c_str());
-    const TiXmlElement* root = gui.RootElement();
-    const char* widget = root != nullptr ? root->Attribute("widget") : nullptr;
-    return widget != nullptr ? widget : "";
-}
-
 struct ValueTexts {
     std::string defaultValue, minValue, maxValue;
 };
@@ -85,7 +75,7 @@ ordered_json graphJson(const GraphDesc& graph) {
     for (const auto& input : graph.inputs) {
         ordered_json entry = {
             {"uid", input->uid},     {"identifier", input->identifier}, {"type", typeName(input->type)},
-            {"label", input->label}, {"widget", widgetOf(*input)},      {"system", input->isSystem}};
+            {"label", input->label}, {"widget", widgetName(*input)},    {"system", input->isSystem}};
         if (input->isNumerical()) {
             const ValueTexts texts = valueTexts(*input);
             entry["default"] = texts.defaultValue;
@@ -131,7 +121,7 @@ void printText(const std::string& name, const PackageDesc& package) {
                 std::cout << " default " << texts.defaultValue << " min " << texts.minValue << " max "
                           << texts.maxValue;
             }
-            const std::string widget = widgetOf(*input);
+            const std::string widget = widgetName(*input);
             std::cout << " widget " << (widget.empty() ? "-" : widget) << '\n';
         }
         std::cout << "  outputs\n";
@@ -163,8 +153,8 @@ bool isPackageData(const std::vector<char>& bytes) {
 
 int printPackageInfo(const std::string& name, const std::vector<char>& bytes, bool json) {
     const PackageDesc package(bytes.data(), bytes.size(), nullptr);
-    if (package.graphs().empty()) {
-        std::fprintf(stderr, "kvs info: %s: no readable graph in the package\n", name.c_str());
+    if (!package.loadProblem().empty()) {
+        std::fprintf(stderr, "kvs info: %s: %s\n", name.c_str(), package.loadProblem().c_str());
         return 1;
     }
     if (json) {

@@ -1,311 +1,155 @@
-// kvs render: renders every output of a package, or of a stack of two, to
-// image files, driving the linker and engine C interface directly.
-#include "tools/kvs/Commands.h"
-#include "tools/kvs/FileOutput.h"
-#include "tools/kvs/ImageWriter.h"
-#include "tools/kvs/InputValueText.h"
-#include "tools/kvs/PackageLinking.h"
-#include "tools/kvs/TextureConversion.h"
+// kvs render: renders the outputs of a package, or of a stack of two, through
+// the library, once or as a batch of variations.
+#include "tools/kvs/Batch.h"
+#include "tools/kvs/Cli.h"
+#include "tools/kvs/OutputWriting.h"
 
-#include "platform/engine/EngineInterface.h"
+#include <nlohmann/json.hpp>
 
+#include <chrono>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <map>
-#include <string>
-#include <vector>
+#include <iostream>
+#include <unistd.h>
+
+namespace kvs {
 
 namespace {
 
-const char* const kUsage = "usage: kvs render <package.mpk> [--stack <top.mpk>] [--set id=value ...] "
-                           "[--preset \"label\"] [--size N] [--seed N] [--outdir DIR] [--depth 8|16|float]";
+using nlohmann::ordered_json;
 
-constexpr size_t kMaxPackageBytes = 256u << 20;
-
-struct RenderOptions {
-    std::string package;
-    std::string stack;
-    std::vector<std::pair<std::string, std::string>> sets; // identifier, value text, in order
-    std::string preset;
-    std::string outdir = ".";
-    std::string depth = "8";
-};
-
-struct UsageError {
-    std::string message;
-};
-
-bool wholeNumber(const char* text, long low, long high, long& number) {
-    char* end = nullptr;
-    number = std::strtol(text, &end, 10);
-    return *text && *end == '\0' && number >= low && number <= high;
+ValueEdits editsOf(const ParsedArgs& args) {
+    ValueEdits edits;
+    edits.stateFiles = args.values("--state");
+    edits.presets = args.values("--preset");
+    edits.size = args.value("--size");
+    edits.seed = args.value("--seed");
+    for (const std::string& assignment : args.values("--set")) {
+        edits.sets.push_back(splitAssignment(assignment));
+    }
+    return edits;
 }
 
-RenderOptions parseOptions(int argc, char** argv) {
-    RenderOptions options;
-    for (int i = 0; i < argc; ++i) {
-        std::string arg = argv[i];
-        auto value = [&]() -> std::string {
-            if (i + 1 >= argc)
-                throw UsageError{arg + " needs a value"};
-            return argv[++i];
-        };
-        long number = 0;
-        if (arg == "--stack") {
-            options.stack = value();
-        } else if (arg == "--set") {
-            std::string assignment = value();
-            size_t equals = assignment.find('=');
-            if (equals == std::string::npos || equals == 0)
-                throw UsageError{"--set takes id=value, not \"" + assignment + "\""};
-            options.sets.emplace_back(assignment.substr(0, equals), assignment.substr(equals + 1));
-        } else if (arg == "--preset") {
-            options.preset = value();
-        } else if (arg == "--size") {
-            std::string text = value();
-            if (!wholeNumber(text.c_str(), 0, 13, number))
-                throw UsageError{"--size takes log2 of the side, 0 to 13 (e.g. 9 for 512), not \"" + text +
-                                 "\""};
-            options.sets.emplace_back("$outputsize", text + "," + text);
-        } else if (arg == "--seed") {
-            std::string text = value();
-            if (!wholeNumber(text.c_str(), INT32_MIN, INT32_MAX, number))
-                throw UsageError{"--seed takes a whole number, not \"" + text + "\""};
-            options.sets.emplace_back("$randomseed", text);
-        } else if (arg == "--outdir") {
-            options.outdir = value();
-        } else if (arg == "--depth") {
-            options.depth = value();
-            if (options.depth != "8" && options.depth != "16" && options.depth != "float")
-                throw UsageError{"--depth takes 8, 16 or float, not \"" + options.depth + "\""};
-        } else if (arg.size() > 1 && arg[0] == '-') {
-            throw UsageError{"unknown option " + arg};
-        } else if (options.package.empty()) {
-            options.package = arg;
-        } else {
-            throw UsageError{"unexpected argument \"" + arg + "\""};
+OutputRequest requestOf(const ParsedArgs& args) {
+    OutputRequest request;
+    request.outputs = args.values("--output");
+    request.depth = args.value("--depth");
+    if (!request.depth.empty() && request.depth != "8" && request.depth != "16" && request.depth != "float") {
+        throw UsageError("--depth takes 8, 16 or float, not \"" + request.depth + "\"");
+    }
+    request.mips = args.has("--mips");
+    request.outdir = args.value("--outdir", ".");
+    return request;
+}
+
+ordered_json fileJson(const WrittenFile& file) {
+    return {{"path", file.path},          {"output", file.output}, {"width", file.width},
+            {"height", file.height},      {"level", file.level},   {"renderedAs", file.renderedAs},
+            {"writtenAs", file.writtenAs}};
+}
+
+// A progress line on a terminal, rewritten in place; nothing otherwise.
+class Progress {
+public:
+    explicit Progress(size_t total) : mTotal(total), mShown(total > 1 && isatty(fileno(stderr)) != 0) {}
+    ~Progress() {
+        if (mShown) {
+            std::fprintf(stderr, "\n");
         }
     }
-    if (options.package.empty())
-        throw UsageError{"no package given"};
-    return options;
-}
-
-struct EngineSession {
-    SubstanceContext* context = nullptr;
-    SubstanceHandle* handle = nullptr;
-    ~EngineSession() {
-        if (handle)
-            substanceHandleRelease(handle);
-        if (context)
-            substanceContextRelease(context);
-    }
-};
-
-struct EngineInput {
-    SubstanceInputDesc desc;
-    std::string identifier;
-};
-
-std::string inputList(const std::vector<EngineInput>& inputs) {
-    std::string list;
-    for (const EngineInput& input : inputs)
-        list += (list.empty() ? "" : ", ") + input.identifier;
-    return list;
-}
-
-// Preset values first, then --size, --seed and --set in command-line order.
-bool collectValues(const RenderOptions& options, const kvs::LinkedPackages& linked,
-                   const std::vector<EngineInput>& inputs, std::map<unsigned int, kvs::InputValue>& values,
-                   std::string& error) {
-    if (!options.preset.empty()) {
-        const kvs::SummaryPreset* preset = nullptr;
-        std::string labels;
-        for (const auto* graphs : {&linked.bottom, &linked.top})
-            for (const kvs::SummaryGraph& graph : *graphs)
-                for (const kvs::SummaryPreset& p : graph.presets) {
-                    labels += (labels.empty() ? "\"" : ", \"") + p.label + "\"";
-                    if (!preset && p.label == options.preset)
-                        preset = &p;
-                }
-        if (!preset) {
-            error =
-                "no preset \"" + options.preset + "\" (presets: " + (labels.empty() ? "none" : labels) + ")";
-            return false;
+    void show(size_t done, const std::string& name) const {
+        if (mShown) {
+            std::fprintf(stderr, "\rkvs render: %zu/%zu %-40s", done, mTotal, name.c_str());
+            std::fflush(stderr);
         }
-        for (const auto& [uid, text] : preset->values)
-            for (const EngineInput& input : inputs)
-                if (input.desc.inputId == uid &&
-                    !kvs::parseInputValue(text, input.desc.inputType, values[input.desc.index], error)) {
-                    error = "preset \"" + preset->label + "\", input " + input.identifier + ": " + error;
-                    return false;
-                }
     }
-    for (const auto& [identifier, text] : options.sets) {
-        bool found = false;
-        for (const EngineInput& input : inputs) {
-            if (input.identifier != identifier)
-                continue;
-            found = true;
-            if (!kvs::parseInputValue(text, input.desc.inputType, values[input.desc.index], error)) {
-                error = "input " + identifier + ": " + error;
-                return false;
+
+private:
+    size_t mTotal;
+    bool mShown;
+};
+
+int runRender(const ParsedArgs& args) {
+    if (args.operands.size() != 1) {
+        throw UsageError(args.operands.empty() ? "no package given"
+                                               : "one package, and --stack for a second");
+    }
+    const ValueEdits common = editsOf(args);
+    const std::vector<BatchItem> items = batchItems(common, args.value("--seeds"));
+    OutputRequest request = requestOf(args);
+    const bool json = args.has("--json");
+
+    Material material(args.operands[0], args.value("--stack"));
+    checkOutputsExist(material, request.outputs);
+    const kvString::CString defaults = material.model()->getStateString();
+
+    ordered_json summary = {{"items", ordered_json::array()}};
+    size_t failed = 0;
+    const auto start = std::chrono::steady_clock::now();
+    Progress progress(items.size());
+    for (size_t i = 0; i < items.size(); ++i) {
+        const BatchItem& item = items[i];
+        progress.show(i + 1, item.name);
+        ordered_json entry = {{"name", item.name}, {"files", ordered_json::array()}};
+        try {
+            material.model()->applyStateString(defaults);
+            applyEdits(material, item.edits);
+            request.variation = item.variation;
+            for (const WrittenFile& file : renderAndWrite(material, request)) {
+                entry["files"].push_back(fileJson(file));
+                if (!json) {
+                    std::printf("wrote %s (%dx%d, rendered as %s, written as %s)\n", file.path.c_str(),
+                                file.width, file.height, file.renderedAs.c_str(), file.writtenAs.c_str());
+                }
+            }
+        } catch (const Failure& e) {
+            // One item failing leaves the others to be written.
+            if (items.size() == 1) {
+                throw;
+            }
+            ++failed;
+            entry["error"] = e.what();
+            if (!json) {
+                std::fprintf(stderr, "kvs render: %s: %s\n", item.name.c_str(), e.what());
             }
         }
-        if (!found) {
-            error = "no input " + identifier + " (inputs: " + inputList(inputs) + ")";
-            return false;
-        }
-    }
-    return true;
-}
-
-bool isOutputOf(const std::vector<kvs::SummaryGraph>& graphs, unsigned int uid) {
-    for (const kvs::SummaryGraph& graph : graphs)
-        for (const kvs::SummaryOutput& output : graph.outputs)
-            if (output.uid == uid)
-                return true;
-    return false;
-}
-
-// "<graph>" for the graph that owns the output; "<bottom>+<top>" in a stack.
-std::string fileStem(const kvs::LinkedPackages& linked, unsigned int outputUid) {
-    if (!linked.top.empty())
-        return kvs::graphFileName(linked.bottom.front().url) + "+" +
-               kvs::graphFileName(linked.top.front().url);
-    for (const kvs::SummaryGraph& graph : linked.bottom)
-        for (const kvs::SummaryOutput& output : graph.outputs)
-            if (output.uid == outputUid)
-                return kvs::graphFileName(graph.url);
-    return kvs::graphFileName(linked.bottom.front().url);
-}
-
-std::string statusText(int status) {
-    return " (engine status " + std::to_string(status) + ")";
-}
-
-int render(const RenderOptions& options) {
-    std::string error;
-    std::vector<char> bottom, top;
-    if (!kvs::readWholeFile(options.package, kMaxPackageBytes, bottom, error) ||
-        (!options.stack.empty() && !kvs::readWholeFile(options.stack, kMaxPackageBytes, top, error))) {
-        std::fprintf(stderr, "kvs render: %s\n", error.c_str());
-        return 1;
-    }
-    kvs::LinkedPackages linked;
-    if (!kvs::linkPackages(bottom, options.stack.empty() ? nullptr : &top, linked, error)) {
-        std::fprintf(stderr, "kvs render: %s\n", error.c_str());
-        return 1;
-    }
-
-    EngineSession engine;
-    int status = substanceContextInit(&engine.context, nullptr);
-    if (status == 0)
-        status = substanceHandleInit(&engine.handle, engine.context, linked.assembly.data(),
-                                     linked.assembly.size(), nullptr);
-    SubstanceDataDesc data{};
-    if (status == 0)
-        status = substanceHandleGetDesc(engine.handle, &data);
-    if (status != 0) {
-        std::fprintf(stderr, "kvs render: the engine rejected the linked assembly%s\n",
-                     statusText(status).c_str());
-        return 1;
-    }
-    std::vector<EngineInput> inputs(data.inputsCount);
-    for (unsigned int i = 0; i < data.inputsCount; ++i) {
-        if ((status = substanceHandleGetInputDesc(engine.handle, i, &inputs[i].desc)) != 0) {
-            std::fprintf(stderr, "kvs render: cannot read input %u%s\n", i, statusText(status).c_str());
-            return 1;
-        }
-        inputs[i].identifier = inputs[i].desc.identifier ? inputs[i].desc.identifier : "";
-    }
-    std::map<unsigned int, kvs::InputValue> values;
-    if (!collectValues(options, linked, inputs, values, error)) {
-        std::fprintf(stderr, "kvs render: %s\n", error.c_str());
-        return 1;
-    }
-    for (const auto& [index, value] : values)
-        if ((status = substanceHandlePushSetInput(engine.handle, 0, index, value.type, &value.value, 0)) !=
-            0) {
-            std::fprintf(stderr, "kvs render: the engine refused the value of %s%s\n",
-                         inputs[index].identifier.c_str(), statusText(status).c_str());
-            return 1;
-        }
-
-    // A stack shows the top graph's outputs; the bottom's connected output only feeds it.
-    std::vector<unsigned int> outputs;
-    for (unsigned int o = 0; o < data.outputsCount; ++o) {
-        SubstanceOutputDesc desc{};
-        if ((status = substanceHandleGetOutputDesc(engine.handle, o, &desc)) != 0) {
-            std::fprintf(stderr, "kvs render: cannot read output %u%s\n", o, statusText(status).c_str());
-            return 1;
-        }
-        if (linked.top.empty() || isOutputOf(linked.top, desc.outputId))
-            outputs.push_back(o);
-    }
-    status = substanceHandlePushOutputs(engine.handle, 0, outputs.data(),
-                                        static_cast<unsigned int>(outputs.size()), 0);
-    if (status == 0)
-        status = substanceHandleStart(engine.handle, SubstanceStart_Synchronous);
-    if (status != 0) {
-        std::fprintf(stderr, "kvs render: rendering failed%s\n", statusText(status).c_str());
-        return 1;
-    }
-
-    // One level only, so a mistyped path fails instead of growing a tree;
-    // a real failure shows when the first file is written.
-    std::error_code ignored;
-    std::filesystem::create_directory(options.outdir, ignored);
-    for (unsigned int o : outputs) {
-        SubstanceOutputDesc desc{};
-        SubstanceTexture texture{};
-        status = substanceHandleGetOutputDesc(engine.handle, o, &desc);
-        if (status == 0)
-            status = substanceHandleGetOutputs(engine.handle, 0, o, 1, &texture);
-        if (status != 0) {
-            std::fprintf(stderr, "kvs render: cannot fetch output %u%s\n", o, statusText(status).c_str());
-            return 1;
-        }
-        kvs::FloatImage image;
-        bool converted = kvs::textureToImage(texture, image, error);
-        if (texture.buffer)
-            substanceContextMemoryFree(engine.context, texture.buffer);
-        std::string identifier = desc.identifier ? desc.identifier : "output" + std::to_string(o);
-        if (!converted) {
-            std::fprintf(stderr, "kvs render: output %s: %s\n", identifier.c_str(), error.c_str());
-            return 1;
-        }
-        std::string path = options.outdir + "/" + fileStem(linked, desc.outputId) + "_" +
-                           kvs::graphFileName(identifier) + (options.depth == "float" ? ".pfm" : ".png");
-        bool written = options.depth == "float"
-                           ? kvs::writePfm(path, image, error)
-                           : kvs::writePng(path, image, std::atoi(options.depth.c_str()), error);
-        if (!written) {
-            std::fprintf(stderr, "kvs render: %s\n", error.c_str());
-            return 1;
-        }
-        std::printf("wrote %s (%dx%d, rendered as %s, written as %s)\n", path.c_str(), image.width,
-                    image.height, kvs::pixelFormatName(texture.pixelFormat).c_str(),
-                    options.depth == "float" ? "float" : (options.depth + "-bit").c_str());
+        summary["items"].push_back(entry);
         std::fflush(stdout);
     }
-    return 0;
-}
-
-int runRender(int argc, char** argv) {
-    RenderOptions options;
-    try {
-        options = parseOptions(argc, argv);
-    } catch (const UsageError& e) {
-        std::fprintf(stderr, "kvs render: %s (%s)\n", e.message.c_str(), kUsage);
-        return 2;
+    if (json) {
+        summary["failed"] = failed;
+        summary["milliseconds"] =
+            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start)
+                .count();
+        std::cout << summary.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
     }
-    return render(options);
+    return failed == 0 ? 0 : 1;
 }
 
-const kvs::CommandRegistration
-    registration({"render", "render a package, or a stack of two, to PNG or PFM files", runRender});
+const CommandRegistration registration({
+    "render",
+    "render a package, or a stack of two, to PNG and OpenEXR files",
+    "PACKAGE",
+    {
+        {"--stack", "TOP", "stack the first graph of TOP on the package's first graph"},
+        {"--preset", "LABEL", "apply a preset; several make a batch, one item each", true},
+        {"--state", "FILE", "apply a saved state string; several make a batch, one item each", true},
+        {"--set", "ID=VALUE", "set an input (\"0.5\", \"1,0,0\", \"6,6\")", true},
+        {"--seed", "N", "the random seed ($randomseed)"},
+        {"--seeds", "FIRST-LAST", "a batch, one item per seed"},
+        {"--size", "N", "log2 of the side ($outputsize), e.g. 10 for 1024"},
+        {"--output", "ID", "write this output (default: all)", true},
+        {"--depth", "8|16|float", "write every output at this depth (default: each output's own)"},
+        {"--mips", nullptr, "write every mip level, not only the full-size one"},
+        {"--outdir", "DIR", "where files go (default: .)"},
+        {"--json", nullptr, "print a JSON summary instead of one line per file"},
+    },
+    runRender,
+    "Files are named <graph>[_<variation>]_<output>.png (or .exr for float outputs).\n"
+    "Values apply in this order: state files, presets, --size, --seed, --set.\n"
+    "In a batch, each item starts from the defaults; items that fail are reported\n"
+    "and the others still written (exit status 1 when any failed).",
+});
 
 } // namespace
+
+} // namespace kvs

@@ -1,60 +1,90 @@
-// kvs: compile, inspect and render material packages.
-#include "tools/kvs/Commands.h"
+// kvs: compile, inspect, render and save the states of material packages.
+//   kvs --help | --version | help COMMAND | COMMAND --help | COMMAND [arguments]
+#include "tools/kvs/Cli.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <exception>
 #include <new>
-
-namespace kvs {
-
-namespace {
-std::vector<Command>& registry() {
-    static std::vector<Command> all;
-    return all;
-}
-} // namespace
-
-CommandRegistration::CommandRegistration(const Command& command) {
-    auto& all = registry();
-    all.insert(std::upper_bound(all.begin(), all.end(), command,
-                                [](const Command& a, const Command& b) { return std::strcmp(a.name, b.name) < 0; }),
-               command);
-}
-
-const std::vector<Command>& commands() { return registry(); }
-
-} // namespace kvs
+#include <string>
 
 namespace {
 
-void printUsage() {
-    std::fprintf(stderr, "usage: kvs <command> [arguments]\n\ncommands:\n");
-    for (const kvs::Command& c : kvs::commands())
-        std::fprintf(stderr, "  %-8s %s\n", c.name, c.summary);
+void printOverview(std::FILE* stream) {
+    std::fprintf(stream, "usage: kvs COMMAND [arguments]\n       kvs help COMMAND | kvs COMMAND --help\n\n"
+                         "commands:\n");
+    for (const kvs::CommandSpec& command : kvs::commands()) {
+        std::fprintf(stream, "  %-9s %s\n", command.name, command.summary);
+    }
+    std::fprintf(stream, "\noptions:\n  --help    print this help\n  --version print the version\n");
+}
+
+std::vector<std::string> commandNames() {
+    std::vector<std::string> names;
+    for (const kvs::CommandSpec& command : kvs::commands()) {
+        names.push_back(command.name);
+    }
+    return names;
+}
+
+int unknownCommand(const std::string& name) {
+    std::fprintf(stderr, "kvs: unknown command '%s'%s (see kvs --help)\n", name.c_str(),
+                 kvs::suggestion(name, commandNames()).c_str());
+    return 2;
+}
+
+int runCommand(const kvs::CommandSpec& command, int argc, char** argv) {
+    try {
+        const kvs::ParsedArgs args = kvs::parseArgs(command, argc, argv);
+        if (args.has("--help")) {
+            std::fputs(kvs::usageText(command).c_str(), stdout);
+            return 0;
+        }
+        return command.run(args);
+    } catch (const kvs::UsageError& e) {
+        std::fprintf(stderr, "kvs %s: %s (see kvs %s --help)\n", command.name, e.what(), command.name);
+        return 2;
+    } catch (const kvs::Failure& e) {
+        std::fprintf(stderr, "kvs %s: %s\n", command.name, e.what());
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "kvs %s: out of memory\n", command.name);
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "kvs %s: %s\n", command.name, e.what());
+    }
+    return 1;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     if (argc < 2) {
-        printUsage();
+        printOverview(stderr);
         return 2;
     }
-    for (const kvs::Command& c : kvs::commands()) {
-        if (std::strcmp(argv[1], c.name) != 0)
-            continue;
-        try {
-            return c.run(argc - 2, argv + 2);
-        } catch (const std::bad_alloc&) {
-            std::fprintf(stderr, "kvs %s: out of memory\n", c.name);
-        } catch (const std::exception& e) {
-            std::fprintf(stderr, "kvs %s: %s\n", c.name, e.what());
-        }
-        return 1;
+    const std::string first = argv[1];
+    if (first == "--help" || first == "-h") {
+        printOverview(stdout);
+        return 0;
     }
-    std::fprintf(stderr, "kvs: unknown command '%s'\n", argv[1]);
-    printUsage();
-    return 2;
+    if (first == "--version") {
+        std::printf("kvs %s\n", KV_VERSION);
+        return 0;
+    }
+    if (first == "help") {
+        if (argc < 3) {
+            printOverview(stdout);
+            return 0;
+        }
+        const kvs::CommandSpec* command = kvs::findCommand(argv[2]);
+        if (command == nullptr) {
+            return unknownCommand(argv[2]);
+        }
+        std::fputs(kvs::usageText(*command).c_str(), stdout);
+        return 0;
+    }
+    const kvs::CommandSpec* command = kvs::findCommand(first);
+    if (command == nullptr) {
+        return unknownCommand(first);
+    }
+    return runCommand(*command, argc - 2, argv + 2);
 }

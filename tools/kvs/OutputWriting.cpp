@@ -1,0 +1,127 @@
+#include "tools/kvs/OutputWriting.h"
+
+#include "tools/kvs/Cli.h"
+#include "tools/kvs/ImageWriter.h"
+#include "tools/kvs/TextureConversion.h"
+
+#include "framework/render/RenderQueue.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+namespace kvs {
+
+namespace {
+
+bool isFloatFormat(int format) {
+    return (format & 1) != 0 && format != SubstancePixelFormat_Flag;
+}
+
+bool isSixteenBit(int format) {
+    return format >= SubstancePixelFormat_RGBA16 && format <= SubstancePixelFormat_L16 && (format & 3) == 0;
+}
+
+bool wanted(const OutputRequest& request, const std::string& identifier) {
+    return request.outputs.empty() ||
+           std::find(request.outputs.begin(), request.outputs.end(), identifier) != request.outputs.end();
+}
+
+// Output files must never replace what the material was read from.
+void refuseToOverwriteInputs(const Material& material, const std::string& path) {
+    std::error_code error;
+    for (const std::string& input : material.inputFiles()) {
+        if (std::filesystem::equivalent(path, input, error)) {
+            throw Failure("refusing to overwrite the input " + input + " with an output");
+        }
+    }
+}
+
+WrittenFile write(const Material& material, const OutputRequest& request, const std::string& identifier,
+                  const SubstanceTexture& texture) {
+    FloatImage image;
+    std::string error;
+    if (!textureToImage(texture, image, error)) {
+        throw Failure("output " + identifier + ": " + error);
+    }
+    const std::string depth = !request.depth.empty()               ? request.depth
+                              : isFloatFormat(texture.pixelFormat) ? "float"
+                              : isSixteenBit(texture.pixelFormat)  ? "16"
+                                                                   : "8";
+    WrittenFile file;
+    file.output = identifier;
+    file.width = image.width;
+    file.height = image.height;
+    file.renderedAs = pixelFormatName(texture.pixelFormat);
+    file.path = (request.outdir == "." ? "" : request.outdir + "/") + material.fileStem() +
+                (request.variation.empty() ? "" : "_" + request.variation) + "_" + graphFileName(identifier) +
+                (depth == "float" ? ".exr" : ".png");
+    refuseToOverwriteInputs(material, file.path);
+    const bool written = depth == "float" ? writeExr(file.path, image, error)
+                                          : writePng(file.path, image, std::stoi(depth), error);
+    if (!written) {
+        throw Failure(error);
+    }
+    file.writtenAs = depth == "float" ? "float EXR" : depth + "-bit PNG";
+    return file;
+}
+
+} // namespace
+
+void checkOutputsExist(const Material& material, const std::vector<std::string>& outputs) {
+    std::vector<std::string> identifiers;
+    for (const auto& output : material.graph().getOutputs()) {
+        identifiers.push_back(output->getDesc().identifier);
+    }
+    for (const std::string& output : outputs) {
+        if (std::find(identifiers.begin(), identifiers.end(), output) == identifiers.end()) {
+            std::string list;
+            for (const std::string& identifier : identifiers) {
+                list += (list.empty() ? "" : ", ") + identifier;
+            }
+            const std::string near = closest(output, identifiers);
+            throw Failure("no output " + output +
+                          (near.empty() ? " (outputs: " + list + ")" : " (did you mean " + near + "?)"));
+        }
+    }
+}
+
+std::vector<WrittenFile> renderAndWrite(Material& material, const OutputRequest& request) {
+    SubstanceAir::GraphInstance& graph = material.graph();
+    // Every requested output is rendered again: unchanged nodes come from the engine's cache.
+    for (const auto& output : graph.getOutputs()) {
+        const bool enabled = wanted(request, output->getDesc().identifier);
+        output->setEnabled(enabled);
+        output->setDirty(output->isDirty() || enabled);
+        while (output->grabResult()) {
+            // nothing stale may be taken for this render
+        }
+    }
+    {
+        SubstanceAir::RenderQueue queue;
+        queue.push(graph);
+        queue.run();
+    }
+    // One level only, so that a mistyped path fails instead of growing a tree.
+    std::error_code error;
+    std::filesystem::create_directory(request.outdir, error);
+    if (!std::filesystem::is_directory(request.outdir)) {
+        throw Failure("cannot create the output folder " + request.outdir +
+                      (error ? ": " + error.message() : ": a file of that name is in the way"));
+    }
+    std::vector<WrittenFile> written;
+    for (const auto& output : graph.getOutputs()) {
+        if (!output->isEnabled()) {
+            continue;
+        }
+        const std::string& identifier = output->getDesc().identifier;
+        const std::unique_ptr<SubstanceAir::RenderResult> result = output->grabResult();
+        if (!result) {
+            throw Failure("output " + identifier + " was not rendered");
+        }
+        written.push_back(write(material, request, identifier, result->getTexture()));
+    }
+    return written;
+}
+
+} // namespace kvs

@@ -1,0 +1,131 @@
+// kvs state: save the state string of a material with some values set, and
+// show a saved one.
+#include "tools/kvs/Cli.h"
+#include "tools/kvs/FileOutput.h"
+#include "tools/kvs/ValueEdits.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+
+namespace kvs {
+
+namespace {
+
+ValueEdits editsOf(const ParsedArgs& args) {
+    ValueEdits edits;
+    edits.stateFiles = args.values("--state");
+    edits.presets = args.values("--preset");
+    edits.size = args.value("--size");
+    edits.seed = args.value("--seed");
+    for (const std::string& assignment : args.values("--set")) {
+        edits.sets.push_back(splitAssignment(assignment));
+    }
+    return edits;
+}
+
+std::string valueText(const kvSubstance::SubstanceInput& input, bool defaults) {
+    std::string text;
+    char number[32];
+    for (int k = 0; k < (input.getType() & 7); ++k) {
+        if ((input.getType() & 0x20) != 0) {
+            std::snprintf(number, sizeof number, "%d", defaults ? input.getDefaultI(k) : input.getValueI(k));
+        } else {
+            std::snprintf(number, sizeof number, "%g", defaults ? input.getDefaultF(k) : input.getValueF(k));
+        }
+        text += (k == 0 ? "" : ",") + std::string(number);
+    }
+    return text;
+}
+
+int save(const ParsedArgs& args) {
+    if (args.operands.size() != 2) {
+        throw UsageError("state save takes one package (and --stack for a second)");
+    }
+    const std::string output = args.value("-o");
+    if (output.empty()) {
+        throw UsageError("state save needs -o FILE");
+    }
+    Material material(args.operands[1], args.value("--stack"));
+    applyEdits(material, editsOf(args));
+    std::error_code ignored;
+    for (const std::string& input : material.inputFiles()) {
+        if (std::filesystem::equivalent(output, input, ignored)) {
+            throw Failure("refusing to overwrite the input " + input + " with the state");
+        }
+    }
+    const kvString::CString state = material.model()->getStateString();
+    std::string error;
+    if (!writeFileAtomically(output, state.asChar(), state.str().size(), error)) {
+        throw Failure(error);
+    }
+    std::printf("wrote %s (state of %s, %d inputs)\n", output.c_str(),
+                material.model()->getPackageURL().asChar(), material.model()->numInputs());
+    return 0;
+}
+
+int show(const ParsedArgs& args) {
+    if (args.operands.size() < 2 || args.operands.size() > 3) {
+        throw UsageError("state show takes a state file and, to name its values, its package");
+    }
+    const std::string& path = args.operands[1];
+    if (args.operands.size() == 2) {
+        const std::vector<char> bytes = readInputFile(path, size_t(1) << 20);
+        const std::string text(bytes.begin(), bytes.end());
+        size_t lines = 0;
+        for (size_t at = text.find('\n'); at != std::string::npos && at + 1 < text.size();
+             at = text.find('\n', at + 1)) {
+            lines += text[at + 1] != '\n' ? 1 : 0;
+        }
+        std::printf("state of %s\n  %zu values (give the package to name them: kvs state show %s PACKAGE)\n",
+                    text.substr(0, text.find('\n')).c_str(), lines, path.c_str());
+        return 0;
+    }
+    Material material(args.operands[2], args.value("--stack"));
+    ValueEdits edits;
+    edits.stateFiles = {path};
+    applyEdits(material, edits);
+    std::printf("state of %s\n", material.model()->getPackageURL().asChar());
+    for (const kvString::CString& id : material.model()->getInputIds()) {
+        const kvSubstance::SubstanceInput& input = material.input(id.str());
+        const std::string value = valueText(input, false);
+        const std::string fallback = valueText(input, true);
+        std::printf("  %-18s %-14s%s\n", id.asChar(), value.c_str(),
+                    value == fallback ? "" : ("(default " + fallback + ")").c_str());
+    }
+    return 0;
+}
+
+int runState(const ParsedArgs& args) {
+    const std::string action = args.operands.empty() ? "" : args.operands[0];
+    if (action == "save") {
+        return save(args);
+    }
+    if (action == "show") {
+        return show(args);
+    }
+    throw UsageError(action.empty()
+                         ? "state takes save or show"
+                         : "unknown action '" + action + "'" + suggestion(action, {"save", "show"}));
+}
+
+const CommandRegistration registration({
+    "state",
+    "save a material's state string, or show a saved one",
+    "save PACKAGE -o FILE | show FILE [PACKAGE]",
+    {
+        {"--stack", "TOP", "the material is TOP stacked on PACKAGE"},
+        {"--preset", "LABEL", "save: apply a preset first", true},
+        {"--state", "FILE", "save: start from a saved state", true},
+        {"--set", "ID=VALUE", "save: set an input", true},
+        {"--seed", "N", "save: the random seed"},
+        {"--size", "N", "save: log2 of the side"},
+        {"-o", "FILE", "save: where the state string goes"},
+    },
+    runState,
+    "kvs render --state FILE applies a saved state; the same state renders the same bytes.",
+});
+
+} // namespace
+
+} // namespace kvs
