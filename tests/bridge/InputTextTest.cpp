@@ -1,5 +1,7 @@
 // Materials of one package, inputs set from text, and presets applied to a
 // stacked material.
+#include "SampleFiles.h"
+
 #include "bridge/SubstanceBridge.h"
 #include "framework/render/GraphInstance.h"
 #include "framework/render/InputInstanceNumerical.h"
@@ -14,15 +16,6 @@ using kvSubstance::SubstanceInput;
 
 namespace {
 
-kv::vector<char> sample(const char* name) {
-    kv::vector<char> bytes;
-    kvSubstance::readSubstanceContent(
-        kvString::IString((std::string(KV_BINARY_DIR "/samples/") + name + ".mpk").c_str(),
-                          kvString::Multibyte),
-        bytes);
-    return bytes;
-}
-
 // The framework's value of the material's input, as text.
 std::string engineValue(kv::Reference<Substance> m, const char* identifier) {
     for (const auto& input : m->getGraphInstances().at(0)->getInputs()) {
@@ -33,17 +26,10 @@ std::string engineValue(kv::Reference<Substance> m, const char* identifier) {
     return "<none>";
 }
 
-class InputText : public ::testing::Test {
-protected:
-    void SetUp() override {
-        if (sample("stone_tiles").empty()) {
-            GTEST_SKIP() << "sample packages not built under " KV_BINARY_DIR;
-        }
-    }
-};
+using InputText = kvtest::SampleTest;
 
 TEST_F(InputText, AMaterialOfOnePackageRendersItsOwnGraph) {
-    kv::Reference<Substance> m = kvSubstance::createSubstance(sample("stone_tiles"));
+    kv::Reference<Substance> m = kvSubstance::createSubstance(kvtest::sampleBytes("stone_tiles"));
     EXPECT_EQ(m->getPackageURL(), "pkg://samples/stone_tiles");
     EXPECT_EQ(m->getPackageStackDesc(), nullptr);
     ASSERT_EQ(m->getGraphInstances().size(), 1u);
@@ -54,7 +40,7 @@ TEST_F(InputText, AMaterialOfOnePackageRendersItsOwnGraph) {
 }
 
 TEST_F(InputText, TextSetsEveryComponentOrNothing) {
-    kv::Reference<Substance> m = kvSubstance::createSubstance(sample("stone_tiles"));
+    kv::Reference<Substance> m = kvSubstance::createSubstance(kvtest::sampleBytes("stone_tiles"));
     SubstanceInput* tiles = m->getInput("tiles");
     ASSERT_TRUE(kvSubstance::setInputValueFromText(m, tiles, "6,3"));
     EXPECT_EQ(engineValue(m, "tiles"), "6,3");
@@ -70,7 +56,8 @@ TEST_F(InputText, TextSetsEveryComponentOrNothing) {
 }
 
 TEST_F(InputText, PresetsOfBothStackedGraphsApply) {
-    kv::Reference<Substance> m = kvSubstance::createSubstance(sample("stone_tiles"), sample("tint"));
+    kv::Reference<Substance> m =
+        kvSubstance::createSubstance(kvtest::sampleBytes("stone_tiles"), kvtest::sampleBytes("tint"));
     const SubstanceAir::Presets& presets = m->getGraphInstances().at(0)->getDesc().presets;
     const auto named = [&](const char* label) {
         return std::find_if(presets.begin(), presets.end(),

@@ -1,6 +1,8 @@
 // Textures through the library as a host gets them: from package files to an
 // image, edits, the cache, the state string round trip, the conversion rules
 // of the "Output" result, and two host threads rendering at once.
+#include "SampleFiles.h"
+
 #include "bridge/SubstanceBridge.h"
 #include "material/Substance.h"
 #include "tools/compiler/PackageCompiler.h"
@@ -15,17 +17,8 @@ using kvSubstance::Substance;
 
 namespace {
 
-kv::vector<char> sampleBytes(const std::string& name) {
-    kv::vector<char> bytes;
-    kvSubstance::readSubstanceContent(
-        kvString::IString((std::string(KV_BINARY_DIR "/samples/") + name + ".mpk").c_str(),
-                          kvString::Multibyte),
-        bytes);
-    return bytes;
-}
-
 kv::Reference<Substance> sampleMaterial(const std::string& base) {
-    return kvSubstance::createSubstance(sampleBytes(base), sampleBytes("tint"));
+    return kvSubstance::createSubstance(kvtest::sampleBytes(base), kvtest::sampleBytes("tint"));
 }
 
 std::vector<unsigned char> pixelsOf(const kv::TempReference<ilSIDImage>& image) {
@@ -46,14 +39,7 @@ void setSize(kv::Reference<Substance> m, int log2Width, int log2Height) {
     kvSubstance::syncValueFromSubstanceInputToInputInstanceBase(m, m->getInput("$outputsize"));
 }
 
-class SampleTexture : public ::testing::Test {
-protected:
-    void SetUp() override {
-        if (sampleBytes("stone_tiles").empty()) {
-            GTEST_SKIP() << "sample packages not built under " KV_BINARY_DIR;
-        }
-    }
-};
+using SampleTexture = kvtest::SampleTest;
 
 TEST_F(SampleTexture, FromFilesToTextureAndBackThroughTheStateString) {
     kv::Reference<Substance> m = sampleMaterial("stone_tiles");

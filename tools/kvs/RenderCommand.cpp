@@ -17,18 +17,6 @@ namespace {
 
 using nlohmann::ordered_json;
 
-ValueEdits editsOf(const ParsedArgs& args) {
-    ValueEdits edits;
-    edits.stateFiles = args.values("--state");
-    edits.presets = args.values("--preset");
-    edits.size = args.value("--size");
-    edits.seed = args.value("--seed");
-    for (const std::string& assignment : args.values("--set")) {
-        edits.sets.push_back(splitAssignment(assignment));
-    }
-    return edits;
-}
-
 OutputRequest requestOf(const ParsedArgs& args) {
     OutputRequest request;
     request.outputs = args.values("--output");
@@ -73,7 +61,7 @@ int runRender(const ParsedArgs& args) {
         throw UsageError(args.operands.empty() ? "no package given"
                                                : "one package, and --stack for a second");
     }
-    const ValueEdits common = editsOf(args);
+    const ValueEdits common = valueEditsOf(args);
     const std::vector<BatchItem> items = batchItems(common, args.value("--seeds"));
     OutputRequest request = requestOf(args);
     const bool json = args.has("--json");
@@ -125,27 +113,33 @@ int runRender(const ParsedArgs& args) {
     return failed == 0 ? 0 : 1;
 }
 
-const CommandRegistration registration({
-    "render",
-    "render a package, or a stack of two, to PNG and OpenEXR files",
-    "PACKAGE",
-    {
-        {"--stack", "TOP", "stack the first graph of TOP on the package's first graph"},
-        {"--preset", "LABEL", "apply a preset; several make a batch, one item each", true},
-        {"--state", "FILE", "apply a saved state string; several make a batch, one item each", true},
-        {"--set", "ID=VALUE", "set an input (\"0.5\", \"1,0,0\", \"6,6\")", true},
-        {"--seed", "N", "the random seed ($randomseed)"},
+// The value options, then what a render adds; several --preset or --state make a batch.
+std::vector<OptionSpec> renderOptions() {
+    std::vector<OptionSpec> options = {
+        {"--stack", "TOP", "stack the first graph of TOP on the package's first graph"}};
+    const std::vector<OptionSpec> values = valueOptions();
+    options.insert(options.end(), values.begin(), values.end());
+    const std::vector<OptionSpec> own = {
         {"--seeds", "FIRST-LAST", "a batch, one item per seed"},
-        {"--size", "N", "log2 of the side ($outputsize), e.g. 10 for 1024"},
         {"--output", "ID", "write this output (default: all)", true},
         {"--depth", "8|16|float", "write every output at this depth (default: each output's own)"},
         {"--mips", nullptr, "write every mip level, not only the full-size one"},
         {"--outdir", "DIR", "where files go (default: .)"},
         {"--json", nullptr, "print a JSON summary instead of one line per file"},
-    },
+    };
+    options.insert(options.end(), own.begin(), own.end());
+    return options;
+}
+
+const CommandRegistration registration({
+    "render",
+    "render a package, or a stack of two, to PNG and OpenEXR files",
+    "PACKAGE",
+    renderOptions(),
     runRender,
     "Files are named <graph>[_<variation>]_<output>.png (or .exr for float outputs).\n"
     "Values apply in this order: state files, presets, --size, --seed, --set.\n"
+    "Several --preset, several --state or --seeds make a batch, one item each.\n"
     "In a batch, each item starts from the defaults; items that fail are reported\n"
     "and the others still written (exit status 1 when any failed).",
 });

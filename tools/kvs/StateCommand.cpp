@@ -12,18 +12,6 @@ namespace kvs {
 
 namespace {
 
-ValueEdits editsOf(const ParsedArgs& args) {
-    ValueEdits edits;
-    edits.stateFiles = args.values("--state");
-    edits.presets = args.values("--preset");
-    edits.size = args.value("--size");
-    edits.seed = args.value("--seed");
-    for (const std::string& assignment : args.values("--set")) {
-        edits.sets.push_back(splitAssignment(assignment));
-    }
-    return edits;
-}
-
 std::string valueText(const kvSubstance::SubstanceInput& input, bool defaults) {
     std::string text;
     char number[32];
@@ -47,7 +35,7 @@ int save(const ParsedArgs& args) {
         throw UsageError("state save needs -o FILE");
     }
     Material material(args.operands[1], args.value("--stack"));
-    applyEdits(material, editsOf(args));
+    applyEdits(material, valueEditsOf(args));
     std::error_code ignored;
     for (const std::string& input : material.inputFiles()) {
         if (std::filesystem::equivalent(output, input, ignored)) {
@@ -109,21 +97,22 @@ int runState(const ParsedArgs& args) {
                          : "unknown action '" + action + "'" + suggestion(action, {"save", "show"}));
 }
 
+std::vector<OptionSpec> stateOptions() {
+    std::vector<OptionSpec> options = {{"--stack", "TOP", "the material is TOP stacked on PACKAGE"}};
+    const std::vector<OptionSpec> values = valueOptions(); // for save
+    options.insert(options.end(), values.begin(), values.end());
+    options.push_back({"-o", "FILE", "save: where the state string goes"});
+    return options;
+}
+
 const CommandRegistration registration({
     "state",
     "save a material's state string, or show a saved one",
     "save PACKAGE -o FILE | show FILE [PACKAGE]",
-    {
-        {"--stack", "TOP", "the material is TOP stacked on PACKAGE"},
-        {"--preset", "LABEL", "save: apply a preset first", true},
-        {"--state", "FILE", "save: start from a saved state", true},
-        {"--set", "ID=VALUE", "save: set an input", true},
-        {"--seed", "N", "save: the random seed"},
-        {"--size", "N", "save: log2 of the side"},
-        {"-o", "FILE", "save: where the state string goes"},
-    },
+    stateOptions(),
     runState,
-    "kvs render --state FILE applies a saved state; the same state renders the same bytes.",
+    "save applies the value options to the material and writes its state string;\n"
+    "kvs render --state FILE applies it again, and renders the same bytes.",
 });
 
 } // namespace

@@ -49,6 +49,28 @@ void applyPreset(Material& material, const std::string& label) {
 
 } // namespace
 
+std::vector<OptionSpec> valueOptions() {
+    return {
+        {"--preset", "LABEL", "apply a preset", true},
+        {"--state", "FILE", "apply a saved state string", true},
+        {"--set", "ID=VALUE", "set an input (\"0.5\", \"1,0,0\", \"6,6\")", true},
+        {"--seed", "N", "the random seed ($randomseed)"},
+        {"--size", "N", "log2 of the side ($outputsize), e.g. 10 for 1024"},
+    };
+}
+
+ValueEdits valueEditsOf(const ParsedArgs& args) {
+    ValueEdits edits;
+    edits.stateFiles = args.values("--state");
+    edits.presets = args.values("--preset");
+    edits.size = args.value("--size");
+    edits.seed = args.value("--seed");
+    for (const std::string& assignment : args.values("--set")) {
+        edits.sets.push_back(splitAssignment(assignment));
+    }
+    return edits;
+}
+
 std::pair<std::string, std::string> splitAssignment(const std::string& assignment) {
     const size_t equals = assignment.find('=');
     if (equals == std::string::npos || equals == 0) {

@@ -3,6 +3,7 @@
 // name the input, preset or file and what was wrong.
 #pragma once
 
+#include "tools/kvs/Cli.h"
 #include "tools/kvs/Material.h"
 
 #include <string>
@@ -26,6 +27,11 @@ struct ValueEdits {
 // Applies, in this order: state files, presets, the size, the seed, the
 // --set values in command-line order.
 void applyEdits(Material& material, const ValueEdits& edits);
+
+// The options that set values, shared by the commands that take them
+// (--preset, --state, --set, --seed, --size), and what they say.
+std::vector<OptionSpec> valueOptions();
+ValueEdits valueEditsOf(const ParsedArgs& args);
 
 // "id=value" from --set; a UsageError when it has no "=".
 std::pair<std::string, std::string> splitAssignment(const std::string& assignment);
