@@ -11,6 +11,8 @@ packages=(
     nlohmann-json3-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     unzip
+    python3-dev pybind11-dev python3-numpy python3-pytest
+    libcpp-httplib-dev libjs-three chromium chromium-driver python3-selenium
 )
 
 missing=()

@@ -1,0 +1,34 @@
+// What the binding files share: the handles Python holds on a material and
+// its inputs, and the conversions between components and Python values.
+#pragma once
+
+#include "python/src/PyMaterial.h"
+
+#include <pybind11/pybind11.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace kvpy {
+
+// One input of a material, kept alive by the handle.
+struct InputHandle {
+    std::shared_ptr<Material> material;
+    std::string identifier;
+    kvSubstance::SubstanceInput& get() const { return material->input(identifier); }
+};
+
+// The inputs of a material as a read-only mapping.
+struct InputsHandle {
+    std::shared_ptr<Material> material;
+};
+
+// A number for one component, a tuple for more, None for none.
+pybind11::object toPython(const std::vector<double>& components, bool integers);
+// A number or a sequence of numbers; a ValueError otherwise.
+std::vector<double> fromPython(const pybind11::handle& value);
+
+void bindInputs(pybind11::module_& module);
+
+} // namespace kvpy

@@ -1,0 +1,227 @@
+// The kvsubstance Python module: open, Material, its errors. Inputs are bound
+// in InputBindings.cpp.
+#include "python/src/Bindings.h"
+#include "python/src/InputValues.h"
+
+#include <pybind11/numpy.h>
+#include <pybind11/stl.h>
+
+#include <cmath>
+#include <cstring>
+
+namespace py = pybind11;
+
+namespace kvpy {
+
+namespace {
+
+// No package of ours comes near this; a bigger file is refused unread.
+constexpr long long kMaxPackageBytes = 256LL << 20;
+
+// Bytes from bytes-like objects, or the whole file named by a path.
+std::vector<char> packageBytes(const py::object& source) {
+    if (py::isinstance<py::bytes>(source) || py::isinstance<py::bytearray>(source) ||
+        py::isinstance<py::memoryview>(source)) {
+        const std::string bytes = py::bytes(py::module_::import("builtins").attr("bytes")(source));
+        return std::vector<char>(bytes.begin(), bytes.end());
+    }
+    const py::object os = py::module_::import("os");
+    const py::object path = os.attr("fspath")(source); // a TypeError for anything else
+    if (py::int_(os.attr("stat")(path).attr("st_size")).cast<long long>() > kMaxPackageBytes) {
+        throw PackageError(std::string(py::str(path)) + " is larger than 256 MiB");
+    }
+    const py::object file = py::module_::import("io").attr("open")(path, "rb");
+    const std::string bytes = py::bytes(file.attr("read")());
+    file.attr("close")();
+    return std::vector<char>(bytes.begin(), bytes.end());
+}
+
+py::array toArray(const Pixels& pixels) {
+    const std::vector<py::ssize_t> shape = {pixels.height, pixels.width, pixels.channels};
+    py::array array;
+    switch (pixels.element) {
+    case Pixels::Element::UInt8:
+        array = py::array_t<std::uint8_t>(shape);
+        break;
+    case Pixels::Element::UInt16:
+        array = py::array_t<std::uint16_t>(shape);
+        break;
+    case Pixels::Element::Float32:
+        array = py::array_t<float>(shape);
+        break;
+    }
+    std::memcpy(array.mutable_data(), pixels.bytes.data(), pixels.bytes.size());
+    return array;
+}
+
+std::shared_ptr<Material> open(const py::object& package, const py::object& stack) {
+    const std::vector<char> bottom = packageBytes(package);
+    const std::vector<char> top = stack.is_none() ? std::vector<char>() : packageBytes(stack);
+    if (!stack.is_none() && top.empty()) {
+        throw PackageError("stack: the package is empty");
+    }
+    py::gil_scoped_release release;
+    return std::make_shared<Material>(bottom, top);
+}
+
+py::dict render(Material& material, const py::object& outputs) {
+    std::vector<std::string> names;
+    if (py::isinstance<py::str>(outputs)) {
+        names.push_back(outputs.cast<std::string>());
+    } else if (!outputs.is_none()) {
+        names = outputs.cast<std::vector<std::string>>();
+    }
+    std::map<std::string, Pixels> rendered;
+    {
+        py::gil_scoped_release release;
+        const std::lock_guard<std::mutex> guard(material.lock());
+        rendered = material.render(names);
+    }
+    py::dict arrays;
+    for (const auto& entry : rendered) {
+        arrays[py::str(entry.first)] = toArray(entry.second);
+    }
+    return arrays;
+}
+
+py::object texture(Material& material) {
+    Pixels pixels;
+    {
+        py::gil_scoped_release release;
+        const std::lock_guard<std::mutex> guard(material.lock());
+        pixels = material.texture();
+    }
+    return pixels.width == 0 ? py::object(py::none()) : py::object(toArray(pixels));
+}
+
+void setSystemInput(Material& material, const char* identifier, std::vector<double> components) {
+    const std::lock_guard<std::mutex> guard(material.lock());
+    setComponents(material, material.input(identifier), std::move(components));
+}
+
+void setSize(Material& material, const py::object& size) {
+    std::vector<double> sides = fromPython(size);
+    if (sides.size() == 1) {
+        sides.push_back(sides[0]);
+    }
+    if (sides.size() != 2) {
+        throw ValueError("size takes a side or (width, height)");
+    }
+    std::vector<double> logs;
+    for (const double side : sides) {
+        const int log = static_cast<int>(std::lround(std::log2(side > 0 ? side : 1)));
+        if (!(side >= 1 && side <= 8192) || std::ldexp(1.0, log) != side) {
+            throw ValueError("size takes powers of two from 1 to 8192, not " + std::to_string(side));
+        }
+        logs.push_back(log);
+    }
+    setSystemInput(material, "$outputsize", logs);
+}
+
+py::tuple getSize(const Material& material) {
+    const kvSubstance::SubstanceInput& input = material.input("$outputsize");
+    return py::make_tuple(1 << input.getValueI(0), 1 << input.getValueI(1));
+}
+
+void registerErrors(py::module_& module) {
+    static py::exception<PackageError> packageError(module, "PackageError");
+    packageError.doc() =
+        "A package the library cannot make a material of; the message carries the library's reason.";
+    py::register_exception_translator([](std::exception_ptr raised) {
+        try {
+            if (raised) {
+                std::rethrow_exception(raised);
+            }
+        } catch (const ValueError& e) {
+            PyErr_SetString(PyExc_ValueError, e.what());
+        } catch (const KeyError& e) {
+            PyErr_SetString(PyExc_KeyError, e.what());
+        } catch (const PackageError& e) {
+            PyErr_SetString(packageError.ptr(), e.what());
+        }
+    });
+}
+
+const char* const kModuleDoc = R"doc(Procedural materials from Python, through the kvsubstance library.
+
+Open a package (or two stacked), tweak its inputs, render its outputs into
+numpy arrays, and save or restore its values as a state string::
+
+    import kvsubstance
+    m = kvsubstance.open("stone_tiles.mpk", stack="tint.mpk")
+    m.inputs["wear"].value = 0.8
+    m.seed, m.size = 7, 1024
+    maps = m.render()            # {"Output": uint8 array (1024, 1024, 4), ...}
+
+Errors: ``PackageError`` for packages the library refuses, ``ValueError``
+for values, presets or states a material refuses, ``KeyError`` for unknown
+inputs, outputs and presets.)doc";
+
+} // namespace
+
+} // namespace kvpy
+
+PYBIND11_MODULE(kvsubstance, module) {
+    using namespace kvpy;
+    module.doc() = kModuleDoc;
+    registerErrors(module);
+    bindInputs(module);
+
+    py::class_<Material, std::shared_ptr<Material>>(module, "Material", R"doc(A material: one package's first
+graph, or the first graphs of two packages stacked. Made by ``open``.)doc")
+        .def_property_readonly(
+            "url", [](const Material& m) { return m.model().getPackageURL().str(); },
+            "The package URL of the material's graph; the first line of its state.")
+        .def_property_readonly(
+            "label", [](const Material& m) { return m.model().getLabel().utf8(); }, "The graph's label.")
+        .def_property_readonly(
+            "inputs", [](const std::shared_ptr<Material>& m) { return InputsHandle{m}; },
+            "The inputs as a mapping of identifier to ``Input``.")
+        .def_property_readonly("outputs", &Material::outputIds, "The output identifiers, in order.")
+        .def_property_readonly("presets", &Material::presetLabels, "The preset labels, in order.")
+        .def(
+            "apply_preset",
+            [](Material& m, const std::string& label) {
+                const std::lock_guard<std::mutex> guard(m.lock());
+                m.applyPreset(label);
+            },
+            py::arg("label"), "Applies the preset of this label; KeyError when there is none.")
+        .def_property(
+            "seed", [](const Material& m) { return m.input("$randomseed").getValueI(0); },
+            [](Material& m, const py::object& seed) { setSystemInput(m, "$randomseed", fromPython(seed)); },
+            "The random seed (the input ``$randomseed``).")
+        .def_property(
+            "size", getSize, setSize,
+            "The outputs' size in pixels as (width, height) (the input ``$outputsize``, which holds "
+            "their log2). Set a side or (width, height): powers of two from 1 to 8192.")
+        .def_property(
+            "state", [](const Material& m) { return m.state(); },
+            [](Material& m, const std::string& text) {
+                const std::lock_guard<std::mutex> guard(m.lock());
+                m.applyState(text);
+            },
+            "Every input's value as the library's state string. Set a state string of the same package "
+            "to restore them; ValueError for the state of another package.")
+        .def("render", render, py::arg("outputs") = py::none(),
+             R"doc(Renders outputs and returns them as arrays.
+
+``outputs``: an identifier or a list of them; None for every output.
+Returns {identifier: array} with shape (height, width, channels): uint8 for
+8-bit formats, uint16 for 16-bit ones, float32 for float and half-float
+ones. Only what changed since the last render is recomputed. The GIL is
+released while the engine works.)doc")
+        .def("texture", texture, R"doc(The material's texture as the library's texture call gives it:
+the output "Output" as a uint8 array (height, width, 4), rendered if
+anything changed; None when the material has no such output.)doc")
+        .def("__repr__", [](const Material& m) {
+            return "<kvsubstance.Material " + m.model().getPackageURL().str() + ">";
+        });
+
+    module.def("open", open, py::arg("package"), py::arg("stack") = py::none(), R"doc(Opens a material.
+
+``package``: a path (str or os.PathLike) or the package's bytes.
+``stack``: optionally a second package, whose first graph is stacked on
+top of the first one's (its image inputs fed by the outputs below).
+Raises PackageError with the library's reason when a package cannot be
+read, OSError when a file cannot be opened.)doc");
+}

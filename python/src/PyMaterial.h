@@ -1,0 +1,82 @@
+// A material as Python sees it: one package or two stacked, loaded through
+// the library's package descriptions and material model, with its inputs,
+// presets, state string and renders. Python-free, so the rules live here and
+// the bindings only convert.
+#pragma once
+
+#include "framework/description/PackageDesc.h"
+#include "material/Substance.h"
+#include "material/SubstanceInput.h"
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace kvpy {
+
+// A package the library cannot make a material of; carries the library's reason.
+struct PackageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+// A value, preset or state the material refuses (Python's ValueError).
+struct ValueError : std::invalid_argument {
+    using std::invalid_argument::invalid_argument;
+};
+// An identifier the material does not have (Python's KeyError).
+struct KeyError : std::out_of_range {
+    using std::out_of_range::out_of_range;
+};
+
+// The full-size level of one rendered output, converted to the array element
+// the output's format calls for: bytes, 16-bit words or 32-bit floats.
+struct Pixels {
+    enum class Element { UInt8, UInt16, Float32 };
+    Element element = Element::UInt8;
+    int width = 0;
+    int height = 0;
+    int channels = 0;
+    std::vector<unsigned char> bytes; // rows top to bottom, channels last
+};
+
+class Material {
+public:
+    // `stack` empty: the package alone.
+    Material(const std::vector<char>& package, const std::vector<char>& stack);
+    ~Material();
+
+    kvSubstance::Substance& model() const { return *mModel; }
+    // Serialises edits and renders of this material between Python threads.
+    std::mutex& lock() { return mLock; }
+
+    std::vector<std::string> inputIds() const;
+    kvSubstance::SubstanceInput& input(const std::string& identifier) const;
+    std::vector<std::string> outputIds() const;
+    std::vector<std::string> presetLabels() const;
+    void applyPreset(const std::string& label);
+
+    // Hands the input's current value to the renderer.
+    void sync(kvSubstance::SubstanceInput& input);
+
+    std::string state() const;
+    // A ValueError when the text is not a state of this material.
+    void applyState(const std::string& text);
+
+    // Renders the named outputs (all when empty) and returns them by identifier.
+    std::map<std::string, Pixels> render(const std::vector<std::string>& outputs);
+    // What getTextureFromSubstance gives: 8-bit RGBA, or no pixels (width 0).
+    Pixels texture();
+
+private:
+    std::unique_ptr<SubstanceAir::PackageDesc> mBottom, mTop;
+    kv::Reference<kvSubstance::Substance> mModel;
+    std::mutex mLock;
+};
+
+// Converts an engine texture's full-size level; a PackageError for a format
+// the module does not know.
+Pixels pixelsOf(const SubstanceTexture& texture);
+
+} // namespace kvpy
