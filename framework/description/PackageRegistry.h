@@ -8,11 +8,9 @@ namespace SubstanceAir {
 class PackageDesc;
 
 struct PackageRegistry {
+    virtual ~PackageRegistry() = default;
     virtual void add(PackageDesc& package) = 0;
     virtual void remove(unsigned int uid) = 0;
-
-protected:
-    ~PackageRegistry() = default;
 };
 
 // The registry packages use; null until one is installed, and then packages
