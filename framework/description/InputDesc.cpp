@@ -1,8 +1,6 @@
 #include "framework/description/InputDesc.h"
 
 #include "framework/description/NumberText.h"
-#include "framework/render/InputInstanceImage.h"
-#include "framework/render/InputInstanceNumerical.h"
 
 #include <tinyxml.h>
 
@@ -17,19 +15,11 @@ std::unique_ptr<InputDescBase> InputDescNumerical<T>::clone() const {
     return std::unique_ptr<InputDescBase>(new InputDescNumerical<T>(*this));
 }
 
-template <typename T>
-std::unique_ptr<InputInstanceBase> InputDescNumerical<T>::instantiate(GraphInstance& parent) const {
-    return std::unique_ptr<InputInstanceBase>(new InputInstanceNumerical<T>(*this, parent));
-}
-
 std::unique_ptr<InputDescBase> InputDescImage::clone() const {
     return std::unique_ptr<InputDescBase>(new InputDescImage(*this));
 }
 
-std::unique_ptr<InputInstanceBase> InputDescImage::instantiate(GraphInstance& parent) const {
-    return std::unique_ptr<InputInstanceBase>(new InputInstanceImage(*this, parent));
-}
-
+// instantiate() is defined with the instances, in framework/render/.
 template struct InputDescNumerical<float>;
 template struct InputDescNumerical<int>;
 template struct InputDescNumerical<Math::Vector2<float>>;

@@ -1,11 +1,9 @@
 #include "framework/description/PackageDesc.h"
 
 #include "framework/description/FormatFallback.h"
+#include "framework/description/PackageRegistry.h"
 #include "framework/description/internal/DescriptionParser.h"
 #include "framework/description/internal/LinkerUnpacking.h"
-#include "framework/render/GraphInstance.h"
-#include "framework/render/RendererAccess.h"
-#include "framework/render/RendererImpl.h"
 
 #include <string>
 
@@ -30,16 +28,17 @@ PackageDesc::PackageDesc(const char* data, size_t size, const OutputFormatOption
     }
     const OutputFormatOptions hostOptions = {AllFormatClasses, 0};
     adjustOutputs(options != nullptr ? *options : hostOptions);
-    RendererAccess access;
-    access->registerPackage(*this);
+    if (PackageRegistry* registry = packageRegistry()) {
+        registry->add(*this);
+    }
 }
 
 PackageDesc::~PackageDesc() {
     // Keyed on the graph count, not on registration: a package that read
     // zero graphs is registered but never removed.
-    if (!mGraphs.empty()) {
-        RendererAccess access;
-        access->unregisterPackage(mAsmUid);
+    PackageRegistry* registry = packageRegistry();
+    if (!mGraphs.empty() && registry != nullptr) {
+        registry->remove(mAsmUid);
     }
 }
 
@@ -66,10 +65,18 @@ bool PackageDesc::pushToLinker(SubstanceLinkerHandle* handle) const {
     return true;
 }
 
-void instantiateGraphs(std::vector<boost::shared_ptr<GraphInstance>>& instances, const PackageDesc& package) {
-    for (const GraphDesc& graph : package.graphs()) {
-        instances.push_back(boost::shared_ptr<GraphInstance>(new GraphInstance(graph)));
-    }
+namespace {
+
+PackageRegistry* installedRegistry = nullptr;
+
+} // namespace
+
+PackageRegistry* packageRegistry() {
+    return installedRegistry;
+}
+
+void installPackageRegistry(PackageRegistry* registry) {
+    installedRegistry = registry;
 }
 
 } // namespace SubstanceAir

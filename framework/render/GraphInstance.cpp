@@ -1,5 +1,7 @@
 #include "framework/render/GraphInstance.h"
 
+#include "framework/description/PackageDesc.h"
+
 #include <algorithm>
 #include <atomic>
 
@@ -30,6 +32,12 @@ GraphInstance::GraphInstance(const GraphDesc& desc) : mDesc(&desc), mIdentity(ne
 GraphInstance::~GraphInstance() {
     mOutputs.clear();
     mInputs.clear();
+}
+
+void instantiateGraphs(std::vector<boost::shared_ptr<GraphInstance>>& instances, const PackageDesc& package) {
+    for (const GraphDesc& graph : package.graphs()) {
+        instances.push_back(boost::shared_ptr<GraphInstance>(new GraphInstance(graph)));
+    }
 }
 
 InputInstanceBase* GraphInstance::findInput(unsigned int uid) const {
