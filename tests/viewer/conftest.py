@@ -1,0 +1,63 @@
+# Fixtures of the viewer tests: a `kvs view` server on a free loopback port,
+# and headless Chromium driven through chromedriver.
+import contextlib
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import urllib.error
+import urllib.request
+
+import pytest
+
+SOURCE_ROOT = pathlib.Path(__file__).resolve().parents[2]
+BUILD_DIR = pathlib.Path(os.environ.get("KV_BUILD_DIR", SOURCE_ROOT / "build" / "py"))
+SAMPLES = BUILD_DIR / "samples"
+KVS = BUILD_DIR / "tools" / "kvs" / "kvs"
+ARTIFACTS = pathlib.Path(os.environ.get("KV_ARTIFACTS", BUILD_DIR / "artifacts"))
+
+webdriver = pytest.importorskip("selenium.webdriver", reason="KV-SKIP: python3-selenium is not installed")
+import selenium.webdriver.chrome.service  # noqa: E402  (Service, under this module in Debian's selenium)
+
+
+@contextlib.contextmanager
+def viewer(*arguments):
+    """Runs `kvs view ARGUMENTS --port 0`; yields its address; checks it stops cleanly."""
+    process = subprocess.Popen([str(KVS), "view", *map(str, arguments), "--port", "0"], stdout=subprocess.PIPE,
+                               stderr=subprocess.PIPE, text=True)
+    try:
+        line = process.stdout.readline()
+        assert line.startswith("serving http://127.0.0.1:"), line + process.stderr.read()
+        yield line.split()[1]
+    finally:
+        process.terminate()
+        assert process.wait(timeout=10) == 0, process.stderr.read()
+
+
+def call(url, path, body=None):
+    """(status, decoded JSON) of a request to the viewer."""
+    data = body if body is None or isinstance(body, bytes) else json.dumps(body).encode()
+    try:
+        with urllib.request.urlopen(url + path, data=data, timeout=10) as response:
+            return response.status, json.loads(response.read())
+    except urllib.error.HTTPError as error:
+        return error.code, json.loads(error.read() or b"{}")
+
+
+@pytest.fixture(scope="session")
+def browser():
+    chromium = shutil.which("chromium")
+    driver_path = shutil.which("chromedriver")
+    if not chromium or not driver_path:
+        pytest.skip("KV-SKIP: chromium and chromium-driver are not installed")
+    options = webdriver.ChromeOptions()
+    options.binary_location = chromium
+    for flag in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--window-size=1280,900",
+                 "--use-gl=angle", "--use-angle=swiftshader", "--enable-unsafe-swiftshader"):
+        options.add_argument(flag)
+    service = webdriver.chrome.service.Service(executable_path=driver_path)
+    driver = webdriver.Chrome(service=service, options=options)
+    driver.set_script_timeout(20)
+    yield driver
+    driver.quit()

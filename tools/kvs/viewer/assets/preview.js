@@ -1,0 +1,95 @@
+// The lit 3D preview: the material on a plane and a sphere, its maps taken
+// from the output canvases by usage (base colour, normal, roughness, height,
+// ambient occlusion). Drag to turn the objects.
+"use strict";
+
+(function () {
+  if (typeof THREE === "undefined") return; // no three.js: the page works without a preview
+  const canvas = document.getElementById("kv-3d");
+  let renderer;
+  try {
+    renderer = new THREE.WebGLRenderer({ canvas, antialias: true, preserveDrawingBuffer: true });
+  } catch (e) {
+    return; // no WebGL here
+  }
+  renderer.setPixelRatio(window.devicePixelRatio || 1);
+  renderer.setSize(canvas.clientWidth || 720, canvas.clientHeight || 340, false);
+  renderer.gammaOutput = true; // this three.js writes sRGB with this flag
+  renderer.gammaFactor = 2.2;
+
+  const scene = new THREE.Scene();
+  scene.background = new THREE.Color(0x15161a);
+  const camera = new THREE.PerspectiveCamera(35, 720 / 340, 0.1, 50);
+  camera.position.set(0, 1.4, 4.2);
+  camera.lookAt(0, 0, 0);
+  scene.add(new THREE.HemisphereLight(0xdde6ff, 0x302820, 0.55));
+  const sun = new THREE.DirectionalLight(0xffffff, 1.6);
+  sun.position.set(3, 4, 3);
+  scene.add(sun);
+
+  const material = new THREE.MeshStandardMaterial({ color: 0xffffff, roughness: 1, metalness: 0 });
+  const withUv2 = (geometry) => {
+    geometry.setAttribute("uv2", geometry.attributes.uv); // occlusion reads the second UV set
+    return geometry;
+  };
+  const plane = new THREE.Mesh(withUv2(new THREE.PlaneBufferGeometry(2, 2, 192, 192)), material);
+  plane.rotation.x = -Math.PI / 2.6;
+  plane.position.x = -1.15;
+  const sphere = new THREE.Mesh(withUv2(new THREE.SphereBufferGeometry(0.85, 128, 96)), material);
+  sphere.position.x = 1.15;
+  scene.add(plane, sphere);
+
+  const roles = [
+    ["map", ["diffuse", "baseColor"], /colou?r|albedo|diffuse|^output$/i],
+    ["normalMap", ["normal"], /normal/i],
+    ["roughnessMap", ["roughness"], /rough/i],
+    ["displacementMap", ["height", "displacement"], /height|disp/i],
+    ["aoMap", ["ambientOcclusion"], /occlusion|^ao$|ambient/i],
+  ];
+  const textures = {};
+
+  function find(outputs, usages, pattern) {
+    return outputs.find((o) => usages.includes(o.usage) && pattern.test(o.id + " " + o.usage)) ||
+      outputs.find((o) => pattern.test(o.id));
+  }
+
+  function update(outputs) {
+    for (const [slot, usages, pattern] of roles) {
+      const output = find(outputs, usages, pattern);
+      const source = output && document.querySelector(`canvas[data-output="${CSS.escape(output.id)}"]`);
+      if (!source || !source.width) {
+        material[slot] = null;
+        continue;
+      }
+      let texture = textures[slot];
+      if (!texture || texture.image !== source) {
+        texture = textures[slot] = new THREE.CanvasTexture(source);
+        texture.wrapS = texture.wrapT = THREE.RepeatWrapping;
+        if (slot === "map") texture.encoding = THREE.sRGBEncoding;
+      }
+      texture.needsUpdate = true;
+      material[slot] = texture;
+    }
+    material.displacementScale = 0.06;
+    material.displacementBias = -0.03;
+    material.needsUpdate = true;
+    draw();
+  }
+
+  let turn = 0.6, dragging = null;
+  function draw() {
+    plane.rotation.z = turn * 0.5;
+    sphere.rotation.y = turn;
+    renderer.render(scene, camera);
+  }
+  canvas.addEventListener("pointerdown", (e) => { dragging = e.clientX; canvas.setPointerCapture(e.pointerId); });
+  canvas.addEventListener("pointermove", (e) => {
+    if (dragging === null) return;
+    turn += (e.clientX - dragging) * 0.01;
+    dragging = e.clientX;
+    requestAnimationFrame(draw);
+  });
+  canvas.addEventListener("pointerup", () => { dragging = null; });
+  window.kvPreview = { update, material };
+  draw();
+})();

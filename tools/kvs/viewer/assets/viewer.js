@@ -1,0 +1,225 @@
+// The viewer page: builds a widget per input from /api/material, sends each
+// change to the server, which renders through the library, and draws every
+// output and the 3D preview again.
+"use strict";
+
+const kv = { page: null, version: -1, busy: false, queued: null, changedAt: 0, lastUpdateMs: null };
+window.kv = kv;
+
+const $ = (id) => document.getElementById(id);
+
+async function api(path, options) {
+  const response = await fetch(path, options);
+  const body = await response.json();
+  if (!response.ok) throw new Error(body.error || response.statusText);
+  return body;
+}
+
+function post(path, body) {
+  return api(path, { method: "POST", body: typeof body === "string" ? body : JSON.stringify(body) });
+}
+
+function showError(text) {
+  $("kv-error").hidden = !text;
+  $("kv-error").textContent = text || "";
+}
+
+// ---- widgets ---------------------------------------------------------------
+
+function toHex(rgb) {
+  return "#" + rgb.slice(0, 3).map((v) => Math.round(Math.min(1, Math.max(0, v)) * 255)
+    .toString(16).padStart(2, "0")).join("");
+}
+
+function fromHex(hex, old) {
+  const rgb = [1, 3, 5].map((i) => parseInt(hex.substr(i, 2), 16) / 255);
+  return old.length > 3 ? rgb.concat(old.slice(3)) : rgb;
+}
+
+function rangeOf(input, k) {
+  const pick = (list, fallback) => (list && list.length ? list[Math.min(k, list.length - 1)] : fallback);
+  const min = pick(input.min, 0);
+  const max = pick(input.max, input.integer ? 10 : 1);
+  return { min, max, step: pick(input.step, input.integer ? 1 : (max - min) / 200) };
+}
+
+function sliderWidget(input, box) {
+  const value = input.value.slice();
+  input.value.forEach((v, k) => {
+    const row = document.createElement("div");
+    row.className = "kv-component";
+    const slider = document.createElement("input");
+    const { min, max, step } = rangeOf(input, k);
+    Object.assign(slider, { type: "range", min, max, step, value: v });
+    slider.dataset.component = k;
+    const shown = document.createElement("output");
+    const show = (x) => { shown.textContent = input.widget === "angle" ? Math.round(x * 360) + "°" : (+x).toFixed(input.integer ? 0 : 3); };
+    show(v);
+    slider.addEventListener("input", () => {
+      value[k] = +slider.value;
+      show(slider.value);
+      change(input.id, value);
+    });
+    row.append(slider, shown);
+    box.append(row);
+  });
+}
+
+function makeWidget(input) {
+  const box = document.createElement("div");
+  box.className = "kv-widget kv-" + input.widget;
+  box.dataset.input = input.id;
+  box.title = input.description || "";
+  const label = document.createElement("label");
+  label.className = "kv-label";
+  label.textContent = input.label || input.id;
+  box.append(label);
+  if (input.widget === "color" && input.count >= 3) {
+    const picker = document.createElement("input");
+    picker.type = "color";
+    picker.value = toHex(input.value);
+    picker.addEventListener("input", () => change(input.id, fromHex(picker.value, input.value)));
+    box.append(picker);
+  } else if (input.widget === "toggle") {
+    const check = document.createElement("input");
+    check.type = "checkbox";
+    check.checked = input.value[0] !== 0;
+    check.addEventListener("change", () => change(input.id, [check.checked ? 1 : 0]));
+    label.prepend(check);
+  } else if (input.widget === "combobox") {
+    const select = document.createElement("select");
+    for (const item of input.items) select.add(new Option(item.text, item.value, false, item.value === input.value[0]));
+    select.addEventListener("change", () => change(input.id, [+select.value]));
+    box.append(select);
+  } else {
+    sliderWidget(input, box); // slider, angle, a one-value colour, and inputs with no widget
+  }
+  return box;
+}
+
+// ---- rendering ---------------------------------------------------------------
+
+async function drawOutput(output) {
+  const response = await fetch("api/image/" + encodeURIComponent(output.id));
+  if (!response.ok) return;
+  const width = +response.headers.get("X-Width"), height = +response.headers.get("X-Height");
+  const pixels = new Uint8ClampedArray(await response.arrayBuffer());
+  const canvas = document.querySelector(`canvas[data-output="${CSS.escape(output.id)}"]`);
+  canvas.width = width;
+  canvas.height = height;
+  canvas.getContext("2d").putImageData(new ImageData(pixels, width, height), 0, 0);
+}
+
+async function drawAll() {
+  await Promise.all(kv.page.outputs.map(drawOutput));
+  if (window.kvPreview) window.kvPreview.update(kv.page.outputs);
+}
+
+function showResult(result) {
+  kv.version = result.version;
+  document.body.dataset.version = result.version;
+  $("kv-state").value = result.state;
+  const took = performance.now() - kv.changedAt;
+  kv.lastUpdateMs = took;
+  $("kv-timing").textContent = `render ${result.renderMs.toFixed(0)} ms, page ${took.toFixed(0)} ms`;
+}
+
+// Changes arriving while a render runs are merged: only the latest is sent.
+async function change(id, value) {
+  kv.changedAt = performance.now();
+  kv.queued = { id, value };
+  if (kv.busy) return;
+  kv.busy = true;
+  try {
+    while (kv.queued) {
+      const next = kv.queued;
+      kv.queued = null;
+      const result = await post("api/value", next);
+      await drawAll();
+      showResult(result);
+    }
+    showError("");
+  } catch (e) {
+    showError(e.message);
+  } finally {
+    kv.busy = false;
+  }
+}
+
+async function whole(path, body) {
+  kv.changedAt = performance.now();
+  try {
+    const result = await post(path, body);
+    await load();
+    showResult(result);
+  } catch (e) {
+    showError(e.message);
+  }
+}
+
+// ---- the page ------------------------------------------------------------------
+
+function build(page) {
+  document.title = "kvs view: " + (page.label || page.url || "");
+  $("kv-title").textContent = page.label || page.url || "";
+  const inputs = $("kv-inputs");
+  inputs.replaceChildren(...page.inputs.filter((i) => !i.id.startsWith("$") && i.count > 0).map(makeWidget));
+  const presets = $("kv-presets");
+  const chosen = presets.value;
+  presets.replaceChildren(new Option("(choose a preset)", ""),
+    ...page.presets.map((p) => new Option(p, p, false, p === chosen)));
+  const seed = page.inputs.find((i) => i.id === "$randomseed");
+  $("kv-seed").value = seed ? seed.value[0] : 0;
+  const size = page.inputs.find((i) => i.id === "$outputsize");
+  $("kv-size").replaceChildren(...[6, 7, 8, 9, 10, 11].map((n) =>
+    new Option(`${1 << n} × ${1 << n}`, n, false, size && size.value[0] === n)));
+  $("kv-state").value = page.state;
+  const outputs = $("kv-outputs");
+  outputs.replaceChildren(...page.outputs.map((output) => {
+    const figure = document.createElement("figure");
+    const canvas = document.createElement("canvas");
+    canvas.className = "kv-output";
+    canvas.dataset.output = output.id;
+    const caption = document.createElement("figcaption");
+    caption.textContent = `${output.label} (${output.id})`;
+    figure.append(canvas, caption);
+    return figure;
+  }));
+}
+
+async function load() {
+  const page = await api("api/material");
+  kv.page = page;
+  kv.version = page.version;
+  showError(page.error);
+  $("kv-outputs").classList.toggle("kv-hidden", !!page.error);
+  $("kv-preview").classList.toggle("kv-hidden", !!page.error);
+  if (page.inputs) {
+    build(page);
+    await drawAll();
+  }
+  document.body.dataset.version = page.version;
+}
+
+// A package source is compiled again on save: look for new versions.
+async function watch() {
+  try {
+    const page = await api("api/material");
+    if (page.version !== kv.version && !kv.busy) await load();
+  } catch (e) {
+    showError(e.message);
+  }
+  setTimeout(watch, 400);
+}
+
+$("kv-presets").addEventListener("change", (e) => { if (e.target.value) whole("api/preset", { label: e.target.value }); });
+$("kv-seed").addEventListener("change", (e) => change("$randomseed", [Math.max(0, Math.round(+e.target.value))]));
+$("kv-reseed").addEventListener("click", () => {
+  $("kv-seed").value = Math.floor(Math.random() * 10000);
+  change("$randomseed", [+$("kv-seed").value]);
+});
+$("kv-size").addEventListener("change", (e) => change("$outputsize", [+e.target.value, +e.target.value]));
+$("kv-copy").addEventListener("click", () => navigator.clipboard.writeText($("kv-state").value));
+$("kv-save").addEventListener("click", () => { window.location.href = "api/state"; });
+
+load().then(() => { if (kv.page.source) watch(); }).catch((e) => showError(e.message));
