@@ -55,8 +55,8 @@ int checkGraph(const Graph& graph, GraphState& state) {
         if (!kind || node.params.size() > kind->info.params.size() ||
             node.imageInputs.size() > kind->info.imageInputs.size())
             return SubstanceStatus_InvalidData;
-        if (kind->info.readsGraphInput && (node.graphInput >= graph.inputs.size() ||
-                                           graph.inputs[node.graphInput].type != InputType::Image))
+        if (kind->info.readsGraphInput() && (node.graphInput >= graph.inputs.size() ||
+                                             graph.inputs[node.graphInput].type != InputType::Image))
             return SubstanceStatus_InvalidData;
         for (const Expression& expression : node.params) {
             if (expression.code.size() > AssemblyLimits::maxInstructionsPerExpression)

@@ -2,9 +2,12 @@
 
 #include "engine/evaluator/Expression.h"
 #include "engine/evaluator/PixelFormats.h"
+#include "engine/nodes/ParamNormalisation.h"
 
 #include <algorithm>
 #include <cstring>
+#include <map>
+#include <set>
 #include <utility>
 
 namespace kvengine {
@@ -65,14 +68,12 @@ struct NodePlan {
     std::shared_ptr<const Image> result;
 };
 
-const Image* slotImage(const std::vector<NodePlan>& plans, const Node& node, size_t slot) {
-    if (slot >= node.imageInputs.size() || node.imageInputs[slot] < 0)
-        return nullptr;
-    return plans[static_cast<size_t>(node.imageInputs[slot])].result.get();
+bool isConnected(const Node& node, size_t slot) {
+    return slot < node.imageInputs.size() && node.imageInputs[slot] >= 0;
 }
 
 const Image* graphImageOf(const GraphState& state, const Node& node, const NodeKind& kind) {
-    return kind.info.readsGraphInput ? state.images[node.graphInput].get() : nullptr;
+    return kind.info.readsGraphInput() ? state.images[node.graphInput].get() : nullptr;
 }
 
 class GraphRender {
@@ -133,6 +134,7 @@ private:
                         ? evaluateExpression(record.params[p], graph_.inputs, state_.values, fallback)
                         : fallback);
             }
+            normaliseParams(kind.info, plan.params);
             KeyHasher key;
             key.bytes(kind.info.name, std::strlen(kind.info.name) + 1);
             for (const Value4& value : plan.params)
@@ -142,7 +144,7 @@ private:
             key.value(seed_);
             for (int32_t source : record.imageInputs)
                 key.value(source >= 0 ? plans_[static_cast<size_t>(source)].key : uint64_t(0));
-            if (kind.info.readsGraphInput)
+            if (kind.info.readsGraphInput())
                 key.value(state_.imageVersions[record.graphInput]);
             plan.key = key.hash;
         }
@@ -174,7 +176,7 @@ private:
                     if (record.imageInputs[slot] >= 0)
                         inputChannels[slot] = plans_[static_cast<size_t>(record.imageInputs[slot])].channels;
                 const Image* image = graphImageOf(state_, record, kind);
-                plan.channels = kind.outputChannels(inputChannels, image ? image->channels() : 0);
+                plan.channels = outputChannels(kind.info, inputChannels, image ? image->channels() : 0);
             }
         }
     }
@@ -186,7 +188,8 @@ private:
         std::vector<uint32_t> uses(plans_.size());
         for (uint32_t node : order_)
             uses[node] = plans_[node].uses;
-        size_t live = 0, peak = 0;
+        // Unconnected inputs' constant images live from their first reader to the end.
+        size_t live = unconnectedLevels().size() * Image::bytesFor(width_, height_, 1), peak = 0;
         uint64_t work = 0;
         for (uint32_t node : order_) {
             const NodePlan& plan = plans_[node];
@@ -195,7 +198,7 @@ private:
                 const size_t bytes = Image::bytesFor(width_, height_, plan.channels);
                 work += pixels;
                 live += bytes;
-                transient = bytes * static_cast<size_t>(state_.kinds[node]->scratchImages);
+                transient = bytes * static_cast<size_t>(state_.kinds[node]->info.scratchImages);
             }
             for (const OutputRequest& request : requests_) {
                 if (graph_.outputs[request.output].node != node)
@@ -232,8 +235,11 @@ private:
         run.randomSeed = seed_;
         run.parallel = context_.parallel;
         run.graphImage = graphImageOf(state_, record, kind);
+        run.kind = &kind.info;
         for (size_t slot = 0; slot < kind.info.imageInputs.size(); ++slot)
-            run.inputs.push_back(slotImage(plans_, record, slot));
+            run.inputs.push_back(isConnected(record, slot)
+                                     ? plans_[static_cast<size_t>(record.imageInputs[slot])].result.get()
+                                     : &constantImage(kind.info.imageInputs[slot].unconnected));
         std::shared_ptr<Image> image = context_.buffers->make(width_, height_, plan.channels);
         kind.evaluate(run, *image);
         plan.result = std::move(image);
@@ -241,6 +247,36 @@ private:
         for (int32_t source : record.imageInputs)
             if (source >= 0 && --plans_[static_cast<size_t>(source)].uses == 0)
                 plans_[static_cast<size_t>(source)].result.reset();
+    }
+
+    // Gray levels that unconnected inputs of the nodes to compute read.
+    std::set<float> unconnectedLevels() const {
+        std::set<float> levels;
+        for (uint32_t node : order_) {
+            if (!plans_[node].compute)
+                continue;
+            const std::vector<ImageInputSpec>& slots = state_.kinds[node]->info.imageInputs;
+            for (size_t slot = 0; slot < slots.size(); ++slot)
+                if (!isConnected(graph_.nodes[node], slot))
+                    levels.insert(slots[slot].unconnected);
+        }
+        return levels;
+    }
+
+    // One image per level, made on first use and shared by every reader of the render.
+    const Image& constantImage(float level) {
+        std::shared_ptr<const Image>& image = constants_[level];
+        if (!image) {
+            std::shared_ptr<Image> made = context_.buffers->make(width_, height_, 1);
+            float* pixels = made->plane(0);
+            const size_t width = static_cast<size_t>(width_);
+            context_.parallel->run(height_, [&](int y0, int y1) {
+                std::fill(pixels + width * static_cast<size_t>(y0), pixels + width * static_cast<size_t>(y1),
+                          level);
+            });
+            image = std::move(made);
+        }
+        return *image;
     }
 
     int deliverOutputsOf(uint32_t node) {
@@ -272,6 +308,7 @@ private:
     const RenderContext& context_;
     std::vector<NodePlan> plans_;
     std::vector<uint32_t> order_;
+    std::map<float, std::shared_ptr<const Image>> constants_;
     int width_ = 0;
     int height_ = 0;
     uint32_t seed_ = 0;

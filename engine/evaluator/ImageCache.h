@@ -1,6 +1,6 @@
 // Node results kept between renders, so that changing one input recomputes
 // only what lies downstream of it. Keyed by a hash of the node's kind, its
-// evaluated parameters, the render size and seed, and its inputs' keys.
+// normalised parameters, the render size and seed, and its inputs' keys.
 // Least recently used results are dropped to stay within a byte budget.
 #pragma once
 

@@ -48,7 +48,7 @@ void boxPassColumns(const float* src, float* dst, int rows, int columns, int h) 
 }
 
 int halfWidth(float radius, int side) {
-    const int h = static_cast<int>(std::lround(std::clamp(radius, 0.0f, 0.5f) * side / kPasses));
+    const int h = static_cast<int>(std::lround(radius * side / kPasses));
     return std::clamp(h, 0, (side - 1) / 2);
 }
 

@@ -1,40 +1,40 @@
 #include "engine/nodes/NodeCatalog.h"
-#include "engine/nodes/NodeKinds.h"
+#include "engine/nodes/NodeKind.h"
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 
 namespace kvengine {
 
+namespace {
+
+struct Registry {
+    std::vector<std::unique_ptr<NodeKind>> owned;
+    std::vector<const NodeKind*> sorted;
+};
+
+// Filled by the registrations during static initialisation, read-only afterwards.
+Registry& registry() {
+    static Registry instance;
+    return instance;
+}
+
+} // namespace
+
+NodeKindRegistration::NodeKindRegistration(NodeKindInfo info, EvaluateNode evaluate) {
+    Registry& all = registry();
+    all.owned.push_back(std::make_unique<NodeKind>(NodeKind{std::move(info), evaluate}));
+    const NodeKind* kind = all.owned.back().get();
+    all.sorted.insert(std::upper_bound(all.sorted.begin(), all.sorted.end(), kind,
+                                       [](const NodeKind* a, const NodeKind* b) {
+                                           return std::strcmp(a->info.name, b->info.name) < 0;
+                                       }),
+                      kind);
+}
+
 const std::vector<const NodeKind*>& nodeKinds() {
-    static const std::vector<const NodeKind*> all = [] {
-        std::vector<const NodeKind*> list = {
-            &kinds::colorUniform(),
-            &kinds::gradientLinear(),
-            &kinds::gradientMap(),
-            &kinds::gradientRadial(),
-            &kinds::noiseFbm(),
-            &kinds::noiseCellular(),
-            &kinds::patternChecker(),
-            &kinds::patternBricks(),
-            &kinds::blend(),
-            &kinds::levels(),
-            &kinds::hsl(),
-            &kinds::invert(),
-            &kinds::threshold(),
-            &kinds::blur(),
-            &kinds::warpDirectional(),
-            &kinds::transform2d(),
-            &kinds::normalFromHeight(),
-            &kinds::occlusionFromHeight(),
-            &kinds::inputImage(),
-        };
-        std::sort(list.begin(), list.end(), [](const NodeKind* a, const NodeKind* b) {
-            return std::strcmp(a->info.name, b->info.name) < 0;
-        });
-        return list;
-    }();
-    return all;
+    return registry().sorted;
 }
 
 const NodeKind* findNodeKindImpl(const std::string& name) {
@@ -67,27 +67,21 @@ int findParam(const NodeKindInfo& kind, const std::string& name) {
     return -1;
 }
 
-Value4 makeValue(float x, float y, float z, float w) {
-    Value4 value;
-    value.f = {x, y, z, w};
-    return value;
-}
-
-int alwaysGray(const std::vector<int>&, int) {
-    return 1;
-}
-int alwaysColour(const std::vector<int>&, int) {
-    return 4;
-}
-int widestInput(const std::vector<int>& inputChannels, int) {
-    for (int channels : inputChannels)
-        if (channels == 4)
+int outputChannels(const NodeKindInfo& kind, const std::vector<int>& inputChannels, int graphImageChannels) {
+    switch (kind.output) {
+    case OutputChannels::Gray:
+        return 1;
+    case OutputChannels::Colour:
+        return 4;
+    case OutputChannels::GraphImage:
+        return graphImageChannels == 4 ? 4 : 1;
+    case OutputChannels::WidestSource:
+        break;
+    }
+    for (size_t slot = 0; slot < inputChannels.size() && slot < kind.imageInputs.size(); ++slot)
+        if (kind.imageInputs[slot].use == InputUse::Source && inputChannels[slot] == 4)
             return 4;
     return 1;
-}
-
-int firstInput(const std::vector<int>& inputChannels, int) {
-    return !inputChannels.empty() && inputChannels[0] == 4 ? 4 : 1;
 }
 
 } // namespace kvengine

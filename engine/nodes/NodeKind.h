@@ -1,54 +1,67 @@
-// The engine side of a node kind: its catalogue entry plus how to size and
-// compute its output. Used by the evaluator; the package compiler only needs
-// NodeCatalog.h.
+// The engine side of a node kind: its table plus the kernel that computes its
+// output. Kinds register themselves: a file under engine/nodes/kinds/ holds
+// one static NodeKindRegistration, so adding a kind touches no other file.
+// Used by the evaluator; the package compiler only needs NodeCatalog.h.
 #pragma once
 
 #include "engine/nodes/Image.h"
 #include "engine/nodes/NodeCatalog.h"
 #include "engine/nodes/Parallel.h"
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
 namespace kvengine {
 
-// Everything one node evaluation sees.
+// Everything one node evaluation sees. Parameters arrive normalised from the
+// kind's table (clamped or wrapped, rounded, enums mapped) and are read by
+// name; asking for a name the table lacks, or with the wrong type, throws
+// std::logic_error.
 struct NodeRun {
     int width = 0;
     int height = 0;
-    const std::vector<Value4>* params = nullptr; // one per table entry, defaults filled in
-    std::vector<const Image*> inputs;            // one per image slot, null when unconnected
+    const NodeKindInfo* kind = nullptr;
+    const std::vector<Value4>* params = nullptr; // one per table entry
+    std::vector<const Image*> inputs;            // one per image slot; unconnected ones read as constant
     const Image* graphImage = nullptr;           // "input.image": the pushed image, null when unset
     uint32_t randomSeed = 0;                     // the graph's $randomseed
     const Parallel* parallel = nullptr;
 
-    const Value4& param(size_t index) const { return (*params)[index]; }
-    float scalar(size_t index) const { return (*params)[index].f[0]; }
+    float number(const char* name) const;
+    int integer(const char* name) const;
+    bool flag(const char* name) const;
+    int choice(const char* name) const;
+    std::array<float, 4> vector(const char* name) const; // float vectors and colours
+    std::array<int, 4> integers(const char* name) const;
+    // The node's "seed" parameter combined with $randomseed.
+    uint32_t seed() const;
+
+    const Image& input(size_t slot) const { return *inputs[slot]; }
+
+private:
+    const Value4& read(const char* name, bool (*fits)(const ParamSpec&)) const;
 };
+
+// Fills out, already allocated at run.width x run.height x the kind's output channels.
+using EvaluateNode = void (*)(const NodeRun& run, Image& out);
 
 struct NodeKind {
     NodeKindInfo info;
-    // Output channels (1 or 4) from the channels of the connected inputs (0 when
-    // unconnected) and of the pushed graph image (0 when unset or not read).
-    int (*outputChannels)(const std::vector<int>& inputChannels, int graphImageChannels);
-    // Fills out, already allocated at run.width x run.height x outputChannels.
-    void (*evaluate)(const NodeRun& run, Image& out);
-    // Extra images of the output's size the evaluation allocates for itself
-    // (counted against the evaluator's memory limit).
-    int scratchImages = 0;
+    EvaluateNode evaluate = nullptr;
 };
 
-// Every kind, sorted by name; null when the name is unknown.
+struct NodeKindRegistration {
+    NodeKindRegistration(NodeKindInfo info, EvaluateNode evaluate);
+};
+
+// Every registered kind, sorted by name.
 const std::vector<const NodeKind*>& nodeKinds();
+// The kind with that name, or null.
 const NodeKind* findNodeKindImpl(const std::string& name);
 
-// Helpers for table entries.
-Value4 makeValue(float x, float y = 0.0f, float z = 0.0f, float w = 0.0f);
-int alwaysGray(const std::vector<int>&, int);
-int alwaysColour(const std::vector<int>&, int);
-// 4 when any connected input is colour, else 1.
-int widestInput(const std::vector<int>& inputChannels, int);
-// The channels of the first input (1 when unconnected).
-int firstInput(const std::vector<int>& inputChannels, int);
+// Output channels (1 or 4) from the channels of the connected inputs (0 when
+// unconnected) and of the pushed graph image (0 when unset or not read).
+int outputChannels(const NodeKindInfo& kind, const std::vector<int>& inputChannels, int graphImageChannels);
 
 } // namespace kvengine

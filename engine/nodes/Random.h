@@ -27,11 +27,10 @@ inline float hashToUnit(uint32_t h) {
     return static_cast<float>(h >> 8) * (1.0f / 16777216.0f);
 }
 
-// Seed of one node: the render's $randomseed combined with the node's own seed parameter.
-inline uint32_t nodeSeed(uint32_t randomSeed, float seedParam) {
-    // Out-of-range (and NaN) seeds fold to 0 rather than overflow the conversion.
-    const bool inRange = seedParam > -2.0e9f && seedParam < 2.0e9f;
-    return hash2(randomSeed, static_cast<uint32_t>(inRange ? static_cast<int32_t>(seedParam) : 0));
+// Seed of one node: the render's $randomseed combined with the node's own
+// (normalised, whole) seed parameter.
+inline uint32_t nodeSeed(uint32_t randomSeed, int32_t seed) {
+    return hash2(randomSeed, static_cast<uint32_t>(seed));
 }
 
 } // namespace kvengine

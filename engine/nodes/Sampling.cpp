@@ -51,12 +51,4 @@ float sampleWrapped(const float* plane, int width, int height, float u, float v)
     return top + (bottom - top) * ty;
 }
 
-const Image& inputOrGrey(const NodeRun& run, size_t slot, Image& storage) {
-    if (slot < run.inputs.size() && run.inputs[slot])
-        return *run.inputs[slot];
-    storage = Image(run.width, run.height, 1);
-    std::fill(storage.plane(0), storage.plane(0) + storage.planeSize(), 0.5f);
-    return storage;
-}
-
 } // namespace kvengine

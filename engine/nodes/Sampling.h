@@ -1,9 +1,8 @@
 // Pixel access shared by the node kinds: wrapped indices, bilinear sampling
-// over a torus, luminance and fallbacks for unconnected inputs.
+// over a torus and luminance.
 #pragma once
 
 #include "engine/nodes/Image.h"
-#include "engine/nodes/NodeKind.h"
 
 #include <cmath>
 
@@ -28,8 +27,5 @@ void luminanceRow(const Image& image, int y, float* out);
 
 // Bilinear sample of one plane at (u, v) in texture units, wrapping on both axes.
 float sampleWrapped(const float* plane, int width, int height, float u, float v);
-
-// Connected input of a slot, or (unset) a mid-grey gray image of the run's size built in storage.
-const Image& inputOrGrey(const NodeRun& run, size_t slot, Image& storage);
 
 } // namespace kvengine

@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 #include <png.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -124,6 +126,24 @@ std::map<unsigned, Rendered> renderAssembly(const Assembly& assembly, unsigned t
     return results;
 }
 
+Rendered renderTexel(const std::array<float, 4>& texel, int format) {
+    GraphBuilder b(0, 0);
+    const uint32_t picture = b.addInput("picture", InputType::Image);
+    b.addOutput("out", b.addNode("input.image", {}, {}, picture), format);
+    std::unique_ptr<Evaluator> evaluator;
+    EXPECT_EQ(Evaluator::create(b.assembly(), {}, evaluator), SubstanceStatus_Ok);
+    if (!evaluator)
+        return {};
+    std::array<float, 4> pixel = texel;
+    SubstanceTextureInput input{};
+    input.texture.buffer = pixel.data();
+    input.texture.level0Width = 1;
+    input.texture.level0Height = 1;
+    input.texture.pixelFormat = SubstancePixelFormat_RGBA32F;
+    EXPECT_EQ(evaluator->setInput(picture, SubstanceInputType_Image, &input, false), SubstanceStatus_Ok);
+    return renderOutputs(*evaluator)[0];
+}
+
 std::vector<float> floats(const Rendered& rendered) {
     const size_t count = static_cast<size_t>(rendered.width) * static_cast<size_t>(rendered.height) *
                          (rendered.format == SubstancePixelFormat_RGBA32F ? 4u : 1u);
@@ -133,11 +153,42 @@ std::vector<float> floats(const Rendered& rendered) {
     return values;
 }
 
-uint64_t checksum(const std::vector<unsigned char>& bytes) {
-    uint64_t hash = 1469598103934665603ull;
+uint64_t checksum(const std::vector<unsigned char>& bytes, uint64_t hash) {
     for (unsigned char b : bytes)
         hash = (hash ^ b) * 1099511628211ull;
     return hash;
+}
+
+std::string seamFault(const std::vector<float>& texels, int width, int height, int channels, int channel) {
+    auto at = [&](int x, int y) {
+        return static_cast<double>(texels[(static_cast<size_t>(y) * width + x) * channels + channel]);
+    };
+    // Mean step between column x and the next (wrapping), and between row y and the next.
+    auto columnStep = [&](int x) {
+        double sum = 0;
+        for (int y = 0; y < height; ++y)
+            sum += std::fabs(at((x + 1) % width, y) - at(x, y));
+        return sum / height;
+    };
+    auto rowStep = [&](int y) {
+        double sum = 0;
+        for (int x = 0; x < width; ++x)
+            sum += std::fabs(at(x, (y + 1) % height) - at(x, y));
+        return sum / width;
+    };
+    double roughestColumn = 0, roughestRow = 0;
+    for (int x = 0; x + 1 < width; ++x)
+        roughestColumn = std::max(roughestColumn, columnStep(x));
+    for (int y = 0; y + 1 < height; ++y)
+        roughestRow = std::max(roughestRow, rowStep(y));
+    const double acrossU = columnStep(width - 1), acrossV = rowStep(height - 1);
+    if (acrossU > roughestColumn * 1.5 + 1e-4)
+        return "step " + std::to_string(acrossU) + " across the u edge, at most " +
+               std::to_string(roughestColumn) + " inside";
+    if (acrossV > roughestRow * 1.5 + 1e-4)
+        return "step " + std::to_string(acrossV) + " across the v edge, at most " +
+               std::to_string(roughestRow) + " inside";
+    return {};
 }
 
 void dumpPng(const std::string& name, const Rendered& rendered) {

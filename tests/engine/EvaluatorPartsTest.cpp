@@ -14,8 +14,6 @@
 namespace {
 
 using namespace kvengine;
-using kvtest::constantExpr;
-using kvtest::GraphBuilder;
 
 TEST(ThreadPool, CoversEveryIndexOnceForAnyCountAndThreads) {
     for (unsigned threads : {1u, 2u, 3u, 8u}) {
@@ -90,10 +88,8 @@ TEST(EvaluatorFormats, HalfFloatsRoundToNearestEven) {
         {-0.0f, 0x8000},
     };
     for (const Case& c : cases) {
-        GraphBuilder rgba(0, 0);
-        rgba.addOutput("out", rgba.addNode("color.uniform", {{"color", constantExpr(c.value, 0, 0, 1)}}),
-                       SubstancePixelFormat_RGBA16F);
-        const std::vector<unsigned char> texel = kvtest::renderAssembly(rgba.assembly())[0].bytes;
+        const std::vector<unsigned char> texel =
+            kvtest::renderTexel({c.value, 0, 0, 1}, SubstancePixelFormat_RGBA16F).bytes;
         ASSERT_EQ(texel.size(), 8u);
         EXPECT_EQ(texel[0] | (texel[1] << 8), c.half) << c.value;
     }

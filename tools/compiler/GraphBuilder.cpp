@@ -24,8 +24,8 @@ std::string parameterNames(const kvengine::NodeKindInfo& kind) {
 
 std::string slotNames(const kvengine::NodeKindInfo& kind) {
     std::string names;
-    for (const char* slot : kind.imageInputs)
-        names += (names.empty() ? "" : ", ") + std::string(slot);
+    for (const kvengine::ImageInputSpec& slot : kind.imageInputs)
+        names += (names.empty() ? "" : ", ") + std::string(slot.name);
     return names.empty() ? "none" : names;
 }
 
@@ -199,7 +199,7 @@ BuiltGraph buildGraph(const GraphSource& source, UidAllocator& uids, const Sourc
         node.imageInputs.assign(kind->imageInputs.size(), -1);
         for (const auto& [slotName, from] : ns.inputs) {
             auto slot = std::find_if(kind->imageInputs.begin(), kind->imageInputs.end(),
-                                     [&](const char* s) { return slotName == s; });
+                                     [&](const kvengine::ImageInputSpec& s) { return slotName == s.name; });
             if (slot == kind->imageInputs.end())
                 place.fail("unknown image input '" + slotName + "' of kind " + ns.kind + " (it has " +
                            slotNames(*kind) + ")");
@@ -209,7 +209,7 @@ BuiltGraph buildGraph(const GraphSource& source, UidAllocator& uids, const Sourc
             node.imageInputs[static_cast<size_t>(slot - kind->imageInputs.begin())] =
                 static_cast<int32_t>(source_->second);
         }
-        if (kind->readsGraphInput) {
+        if (kind->readsGraphInput()) {
             if (ns.graphInput.empty())
                 place.fail("kind " + ns.kind + " needs 'graphinput', the image input it reads");
             int index = inputIndex(graph, ns.graphInput);

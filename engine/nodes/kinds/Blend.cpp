@@ -1,28 +1,30 @@
-#include "engine/nodes/NodeKinds.h"
-#include "engine/nodes/Sampling.h"
+// blend: foreground over background through a mode, an opacity and a mask.
+#include "engine/nodes/KernelShapes.h"
+#include "engine/nodes/KindTable.h"
 
 #include <algorithm>
 #include <cmath>
 #include <vector>
 
-namespace kvengine::kinds {
+namespace kvengine {
 
 namespace {
 
-enum Mode {
-    Copy,
-    Add,
-    Subtract,
-    Multiply,
-    Screen,
-    Overlay,
-    SoftLight,
-    Minimum,
-    Maximum,
-    Difference,
-    Divide,
-    ModeCount
-};
+enum Mode { Copy, Add, Subtract, Multiply, Screen, Overlay, SoftLight, Minimum, Maximum, Difference, Divide };
+
+NodeKindInfo table() {
+    return KindTable("blend",
+                     "Blends foreground over background with a mode, an opacity and an optional gray mask.",
+                     OutputChannels::WidestSource)
+        .choice("mode", Copy,
+                {"copy", "add", "subtract", "multiply", "screen", "overlay", "soft_light", "min", "max",
+                 "difference", "divide"},
+                "how foreground and background combine; divide is background / foreground")
+        .number("opacity", 1.0f, 0.0f, 1.0f, "how much of the blended result replaces the background")
+        .source("foreground", "the layer laid over the background")
+        .source("background", "the layer underneath")
+        .map("mask", 1.0f, "where the blend applies, scaling the opacity");
+}
 
 // result = background blended with mode(foreground, background), then
 // mixed by t = opacity * mask, clamped to [0, 1]. One loop per mode so each
@@ -72,28 +74,21 @@ void blendRow(int mode, const float* fg, const float* bg, const float* t, float*
     }
 }
 
-int outputChannels(const std::vector<int>& inputs, int) {
-    return (inputs.size() > 0 && inputs[0] == 4) || (inputs.size() > 1 && inputs[1] == 4) ? 4 : 1;
-}
-
 void evaluate(const NodeRun& run, Image& out) {
-    Image greyFg, greyBg;
-    const Image& fg = inputOrGrey(run, 0, greyFg);
-    const Image& bg = inputOrGrey(run, 1, greyBg);
-    const Image* mask = run.inputs.size() > 2 ? run.inputs[2] : nullptr;
-    const int mode = static_cast<int>(std::clamp(std::round(run.scalar(0)), 0.0f, float(ModeCount - 1)));
-    const float opacity = clamp01(run.scalar(1));
+    const Image& fg = run.input(0);
+    const Image& bg = run.input(1);
+    const Image& mask = run.input(2);
+    const int mode = run.choice("mode");
+    const float opacity = run.number("opacity");
     const int width = run.width;
 
     run.parallel->run(run.height, [&](int y0, int y1) {
-        std::vector<float> t(static_cast<size_t>(width), opacity);
+        std::vector<float> t(static_cast<size_t>(width));
         const std::vector<float> one(static_cast<size_t>(width), 1.0f);
         for (int y = y0; y < y1; ++y) {
-            if (mask) {
-                luminanceRow(*mask, y, t.data());
-                for (float& v : t)
-                    v = clamp01(v) * opacity;
-            }
+            luminanceRow(mask, y, t.data());
+            for (float& v : t)
+                v = clamp01(v) * opacity;
             for (int c = 0; c < 3 && c < out.channels(); ++c)
                 blendRow(mode, fg.colourPlane(c) + static_cast<size_t>(y) * width,
                          bg.colourPlane(c) + static_cast<size_t>(y) * width, t.data(), out.row(c, y), width);
@@ -109,21 +104,8 @@ void evaluate(const NodeRun& run, Image& out) {
     });
 }
 
+const NodeKindRegistration registration(table(), evaluate);
+
 } // namespace
 
-const NodeKind& blend() {
-    static const NodeKind kind{
-        {"blend",
-         "Blends foreground over background with a mode, an opacity and an optional gray mask.",
-         {{"mode", 1, makeValue(0.0f),
-           "0 copy, 1 add, 2 subtract, 3 multiply, 4 screen, 5 overlay, 6 soft light, 7 min, 8 max, "
-           "9 difference, 10 divide (background / foreground)"},
-          {"opacity", 1, makeValue(1.0f), "0 to 1"}},
-         {"foreground", "background", "mask"},
-         false},
-        outputChannels,
-        evaluate};
-    return kind;
-}
-
-} // namespace kvengine::kinds
+} // namespace kvengine

@@ -1,29 +1,27 @@
+// blur: gaussian-like blur wrapping at the edges.
 #include "engine/nodes/GaussianBlur.h"
-#include "engine/nodes/NodeKinds.h"
-#include "engine/nodes/Sampling.h"
+#include "engine/nodes/KindTable.h"
+#include "engine/nodes/NodeKind.h"
 
-namespace kvengine::kinds {
+namespace kvengine {
 
 namespace {
 
-void evaluate(const NodeRun& run, Image& out) {
-    Image grey;
-    gaussianBlur(inputOrGrey(run, 0, grey), out, run.scalar(0), *run.parallel);
+NodeKindInfo table() {
+    return KindTable("blur", "Gaussian-like blur (three box passes) wrapping at the edges.",
+                     OutputChannels::WidestSource)
+        .length("radius", 0.01f, 0.0f, 0.5f, "reach of the blur")
+        .ui(0.0f, 0.1f)
+        .source("input", "the image to blur")
+        .scratchImages(1);
 }
+
+void evaluate(const NodeRun& run, Image& out) {
+    gaussianBlur(run.input(0), out, run.number("radius"), *run.parallel);
+}
+
+const NodeKindRegistration registration(table(), evaluate);
 
 } // namespace
 
-const NodeKind& blur() {
-    static const NodeKind kind{
-        {"blur",
-         "Gaussian-like blur (three box passes) wrapping at the edges.",
-         {{"radius", 1, makeValue(0.01f), "reach of the blur as a fraction of the texture side, 0 to 0.5"}},
-         {"input"},
-         false},
-        firstInput,
-        evaluate,
-        1};
-    return kind;
-}
-
-} // namespace kvengine::kinds
+} // namespace kvengine

@@ -1,12 +1,24 @@
-#include "engine/nodes/NodeKinds.h"
+// hsl: hue, saturation and lightness adjustments.
+#include "engine/nodes/KindTable.h"
+#include "engine/nodes/NodeKind.h"
 #include "engine/nodes/Sampling.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace kvengine::kinds {
+namespace kvengine {
 
 namespace {
+
+NodeKindInfo table() {
+    return KindTable("hsl", "Hue shift, saturation scale and lightness offset; alpha passes through.",
+                     OutputChannels::WidestSource)
+        .angle("hue", 0.0f, "hue shift")
+        .number("saturation", 1.0f, 0.0f, 4.0f, "saturation multiplier, 0 gives gray")
+        .ui(0.0f, 2.0f)
+        .number("lightness", 0.0f, -1.0f, 1.0f, "added to the lightness")
+        .source("input", "the image to adjust; a gray one takes only the lightness offset");
+}
 
 float hueToChannel(float p, float q, float t) {
     t -= std::floor(t);
@@ -22,11 +34,10 @@ float hueToChannel(float p, float q, float t) {
 // Shifts hue (turns), scales saturation and offsets lightness in HSL space.
 // A gray input has no hue or saturation: only the lightness offset applies.
 void evaluate(const NodeRun& run, Image& out) {
-    Image grey;
-    const Image& in = inputOrGrey(run, 0, grey);
-    const float hueShift = run.scalar(0);
-    const float saturationScale = std::max(run.scalar(1), 0.0f);
-    const float lightnessOffset = run.scalar(2);
+    const Image& in = run.input(0);
+    const float hueShift = run.number("hue");
+    const float saturationScale = run.number("saturation");
+    const float lightnessOffset = run.number("lightness");
     const int width = run.width;
 
     run.parallel->run(run.height, [&](int y0, int y1) {
@@ -70,19 +81,8 @@ void evaluate(const NodeRun& run, Image& out) {
     });
 }
 
+const NodeKindRegistration registration(table(), evaluate);
+
 } // namespace
 
-const NodeKind& hsl() {
-    static const NodeKind kind{{"hsl",
-                                "Hue shift, saturation scale and lightness offset; alpha passes through.",
-                                {{"hue", 1, makeValue(0.0f), "hue shift in turns"},
-                                 {"saturation", 1, makeValue(1.0f), "saturation multiplier, 0 gives gray"},
-                                 {"lightness", 1, makeValue(0.0f), "added to the lightness, -1 to 1"}},
-                                {"input"},
-                                false},
-                               firstInput,
-                               evaluate};
-    return kind;
-}
-
-} // namespace kvengine::kinds
+} // namespace kvengine

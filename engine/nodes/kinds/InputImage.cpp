@@ -1,14 +1,19 @@
-#include "engine/nodes/NodeKinds.h"
+// input.image: the image graph input the node names.
+#include "engine/nodes/KindTable.h"
+#include "engine/nodes/NodeKind.h"
 #include "engine/nodes/Sampling.h"
 
 #include <algorithm>
 
-namespace kvengine::kinds {
+namespace kvengine {
 
 namespace {
 
-int outputChannels(const std::vector<int>&, int graphImageChannels) {
-    return graphImageChannels == 4 ? 4 : 1;
+NodeKindInfo table() {
+    return KindTable("input.image",
+                     "Reads the image graph input named by the node; an unset "
+                     "input reads as opaque mid grey (0.5, 0.5, 0.5, 1).",
+                     OutputChannels::GraphImage);
 }
 
 // The pushed image, resampled (bilinear, wrapping) when its size differs
@@ -34,19 +39,8 @@ void evaluate(const NodeRun& run, Image& out) {
     });
 }
 
+const NodeKindRegistration registration(table(), evaluate);
+
 } // namespace
 
-const NodeKind& inputImage() {
-    static const NodeKind kind{
-        {"input.image",
-         "Reads the image graph input named by the node; an unset input reads as opaque mid grey "
-         "(0.5, 0.5, 0.5, 1).",
-         {},
-         {},
-         true},
-        outputChannels,
-        evaluate};
-    return kind;
-}
-
-} // namespace kvengine::kinds
+} // namespace kvengine

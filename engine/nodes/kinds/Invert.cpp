@@ -1,38 +1,23 @@
-#include "engine/nodes/NodeKinds.h"
-#include "engine/nodes/Sampling.h"
+// invert: 1 - value.
+#include "engine/nodes/KernelShapes.h"
+#include "engine/nodes/KindTable.h"
 
-#include <algorithm>
-
-namespace kvengine::kinds {
+namespace kvengine {
 
 namespace {
 
-void evaluate(const NodeRun& run, Image& out) {
-    Image grey;
-    const Image& in = inputOrGrey(run, 0, grey);
-    const int colourChannels = std::min(out.channels(), 3);
-    run.parallel->run(run.height, [&](int y0, int y1) {
-        for (int y = y0; y < y1; ++y) {
-            for (int c = 0; c < colourChannels; ++c) {
-                const float* src = in.row(c, y);
-                float* dst = out.row(c, y);
-                for (int x = 0; x < run.width; ++x)
-                    dst[x] = 1.0f - src[x];
-            }
-            if (out.channels() == 4)
-                std::copy(in.row(3, y), in.row(3, y) + run.width, out.row(3, y));
-        }
-    });
+NodeKindInfo table() {
+    return KindTable("invert", "1 - value on the colour channels; alpha passes through.",
+                     OutputChannels::WidestSource)
+        .source("input", "the image to invert");
 }
+
+void evaluate(const NodeRun& run, Image& out) {
+    pointFilter(run, out, [](float v) { return 1.0f - v; });
+}
+
+const NodeKindRegistration registration(table(), evaluate);
 
 } // namespace
 
-const NodeKind& invert() {
-    static const NodeKind kind{
-        {"invert", "1 - value on the colour channels; alpha passes through.", {}, {"input"}, false},
-        widestInput,
-        evaluate};
-    return kind;
-}
-
-} // namespace kvengine::kinds
+} // namespace kvengine

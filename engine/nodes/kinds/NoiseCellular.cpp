@@ -1,18 +1,30 @@
-#include "engine/nodes/NodeKinds.h"
+// noise.cellular: tileable cellular (Worley) noise.
+#include "engine/nodes/KernelShapes.h"
+#include "engine/nodes/KindTable.h"
 #include "engine/nodes/Random.h"
-#include "engine/nodes/Sampling.h"
 
 #include <algorithm>
 #include <cmath>
 #include <vector>
 
-namespace kvengine::kinds {
+namespace kvengine {
 
 namespace {
 
-constexpr float kMaxCells = 512.0f;
-
 enum Mode { F1 = 0, F2 = 1, F2MinusF1 = 2, CellValue = 3 };
+
+NodeKindInfo table() {
+    return KindTable("noise.cellular",
+                     "Tileable cellular (Worley) noise: distances to random feature points, one per cell.",
+                     OutputChannels::Gray)
+        .integer("scale", 8, 1, 512, "cells per side")
+        .ui(1, 64)
+        .choice("mode", F1, {"f1", "f2", "f2_minus_f1", "cell_value"},
+                "distance to the nearest point, to the second nearest, their difference (cell borders), "
+                "or a random value per cell")
+        .number("jitter", 1.0f, 0.0f, 1.0f, "how far feature points stray from the cell centre")
+        .seed();
+}
 
 // One feature point per cell of a scale x scale grid that wraps, so the
 // texture tiles; distances are in cell units.
@@ -34,10 +46,9 @@ struct FeaturePoints {
 };
 
 void evaluate(const NodeRun& run, Image& out) {
-    const int cells = static_cast<int>(std::clamp(std::round(run.scalar(0)), 1.0f, kMaxCells));
-    const int mode = static_cast<int>(std::clamp(std::round(run.scalar(1)), 0.0f, 3.0f));
-    const float jitter = std::clamp(run.scalar(2), 0.0f, 1.0f);
-    const FeaturePoints points(cells, jitter, nodeSeed(run.randomSeed, run.scalar(3)));
+    const int cells = run.integer("scale");
+    const int mode = run.choice("mode");
+    const FeaturePoints points(cells, run.number("jitter"), run.seed());
     const float toCellsX = static_cast<float>(cells) / static_cast<float>(run.width);
     const float toCellsY = static_cast<float>(cells) / static_cast<float>(run.height);
 
@@ -89,21 +100,8 @@ void evaluate(const NodeRun& run, Image& out) {
     });
 }
 
+const NodeKindRegistration registration(table(), evaluate);
+
 } // namespace
 
-const NodeKind& noiseCellular() {
-    static const NodeKind kind{
-        {"noise.cellular",
-         "Tileable cellular (Worley) noise: distances to random feature points, one per cell; gray.",
-         {{"scale", 1, makeValue(8.0f), "cells per side, 1 to 512 (rounded)"},
-          {"mode", 1, makeValue(0.0f), "0 F1 distance, 1 F2 distance, 2 F2-F1 (cell borders), 3 cell value"},
-          {"jitter", 1, makeValue(1.0f), "how far feature points stray from the cell centre, 0 to 1"},
-          {"seed", 1, makeValue(0.0f), "variation, combined with $randomseed"}},
-         {},
-         false},
-        alwaysGray,
-        evaluate};
-    return kind;
-}
-
-} // namespace kvengine::kinds
+} // namespace kvengine

@@ -1,18 +1,27 @@
-#include "engine/nodes/NodeKinds.h"
+// noise.fbm: tileable gradient noise summed over octaves.
+#include "engine/nodes/KernelShapes.h"
+#include "engine/nodes/KindTable.h"
 #include "engine/nodes/Random.h"
-#include "engine/nodes/Sampling.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <vector>
 
-namespace kvengine::kinds {
+namespace kvengine {
 
 namespace {
 
-constexpr int kMaxOctaves = 12;
-constexpr float kMaxScale = 1024.0f;
+NodeKindInfo table() {
+    return KindTable("noise.fbm",
+                     "Tileable gradient noise summed over octaves of doubling frequency, centred on 0.5.",
+                     OutputChannels::Gray)
+        .integer("scale", 4, 1, 1024, "cells per side of the coarsest octave")
+        .ui(1, 64)
+        .integer("octaves", 6, 1, 12, "number of octaves")
+        .number("persistence", 0.5f, 0.0f, 1.0f, "amplitude ratio from one octave to the next")
+        .seed();
+}
 
 struct GradientTable {
     std::array<float, 256> x{};
@@ -80,10 +89,10 @@ void addOctaveRow(float* acc, int width, float v, int period, uint32_t seed, flo
 }
 
 void evaluate(const NodeRun& run, Image& out) {
-    const int scale = static_cast<int>(std::clamp(std::round(run.scalar(0)), 1.0f, kMaxScale));
-    const int octaves = static_cast<int>(std::clamp(std::round(run.scalar(1)), 1.0f, float(kMaxOctaves)));
-    const float persistence = std::clamp(run.scalar(2), 0.0f, 1.0f);
-    const uint32_t seed = nodeSeed(run.randomSeed, run.scalar(3));
+    const int scale = run.integer("scale");
+    const int octaves = run.integer("octaves");
+    const float persistence = run.number("persistence");
+    const uint32_t seed = run.seed();
 
     // Normalise over every requested octave, also those too fine to show at
     // this size, so that all resolutions share one contrast.
@@ -93,37 +102,21 @@ void evaluate(const NodeRun& run, Image& out) {
     const float gain = 1.0f / amplitudeSum;
     const int finest = std::max(run.width, run.height);
 
-    run.parallel->run(run.height, [&](int y0, int y1) {
-        for (int y = y0; y < y1; ++y) {
-            float* row = out.row(0, y);
-            std::fill(row, row + run.width, 0.0f);
-            const float v = (static_cast<float>(y) + 0.5f) / static_cast<float>(run.height);
-            float amplitude = 1.0f;
-            for (int o = 0, period = scale; o < octaves && period <= finest; ++o, period *= 2) {
-                addOctaveRow(row, run.width, v, period, hash2(seed, static_cast<uint32_t>(o)), amplitude);
-                amplitude *= persistence;
-            }
-            for (int x = 0; x < run.width; ++x)
-                row[x] = clamp01(0.5f + row[x] * gain);
+    generateRows(run, out, [&](int y, float* row) {
+        std::fill(row, row + run.width, 0.0f);
+        const float v = pixelCentre(y, run.height);
+        float amplitude = 1.0f;
+        for (int o = 0, period = scale; o < octaves && period <= finest; ++o, period *= 2) {
+            addOctaveRow(row, run.width, v, period, hash2(seed, static_cast<uint32_t>(o)), amplitude);
+            amplitude *= persistence;
         }
+        for (int x = 0; x < run.width; ++x)
+            row[x] = clamp01(0.5f + row[x] * gain);
     });
 }
 
+const NodeKindRegistration registration(table(), evaluate);
+
 } // namespace
 
-const NodeKind& noiseFbm() {
-    static const NodeKind kind{
-        {"noise.fbm",
-         "Tileable gradient noise summed over octaves of doubling frequency; gray, centred on 0.5.",
-         {{"scale", 1, makeValue(4.0f), "cells per side of the coarsest octave, 1 to 1024 (rounded)"},
-          {"octaves", 1, makeValue(6.0f), "number of octaves, 1 to 12"},
-          {"persistence", 1, makeValue(0.5f), "amplitude ratio from one octave to the next, 0 to 1"},
-          {"seed", 1, makeValue(0.0f), "variation, combined with $randomseed"}},
-         {},
-         false},
-        alwaysGray,
-        evaluate};
-    return kind;
-}
-
-} // namespace kvengine::kinds
+} // namespace kvengine

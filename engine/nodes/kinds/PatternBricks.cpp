@@ -1,71 +1,67 @@
-#include "engine/nodes/NodeKinds.h"
+// pattern.bricks: a running-bond brick wall as a height.
+#include "engine/nodes/KernelShapes.h"
+#include "engine/nodes/KindTable.h"
 #include "engine/nodes/Random.h"
-#include "engine/nodes/Sampling.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace kvengine::kinds {
+namespace kvengine {
 
 namespace {
 
-constexpr float kMaxBricks = 1024.0f;
+NodeKindInfo table() {
+    return KindTable("pattern.bricks",
+                     "Brick wall as a height: mortar 0, bevelled bricks of slightly varying level.",
+                     OutputChannels::Gray)
+        .integers("bricks", {4, 8}, 1, 1024, "bricks per row and rows; rows are rounded up to an even number")
+        .ui(1, 32)
+        .evenComponent(1)
+        .number("mortar", 0.1f, 0.0f, 1.0f, "mortar width as a fraction of a brick's height")
+        .number("bevel", 0.15f, 0.0f, 1.0f, "width of the bevel as a fraction of a brick's height")
+        .number("offset", 0.5f, -1.0f, 1.0f, "shift of every other row, in bricks")
+        .number("variation", 0.3f, 0.0f, 1.0f, "how much the level differs between bricks")
+        .seed();
+}
 
-// Running-bond bricks: every other row shifted by `offset` of a brick. The
-// output is a height: 0 in the mortar, rising over the bevel to the brick's
-// own level, which varies per brick.
+// Every other row shifted by `offset` of a brick. 0 in the mortar, rising
+// over the bevel to the brick's own level, which varies per brick.
 void evaluate(const NodeRun& run, Image& out) {
-    const float columns = std::clamp(std::round(run.param(0).f[0]), 1.0f, kMaxBricks);
-    float rows = std::clamp(std::round(run.param(0).f[1]), 1.0f, kMaxBricks);
-    rows += std::fmod(rows, 2.0f); // even, so the shifted rows alternate across the wrap
-    const float mortar = std::clamp(run.scalar(1), 0.0f, 1.0f) * 0.5f;
-    const float bevel = std::max(run.scalar(2), 1e-4f);
-    const float offset = run.scalar(3);
-    const float variation = std::clamp(run.scalar(4), 0.0f, 1.0f);
-    const uint32_t seed = nodeSeed(run.randomSeed, run.scalar(5));
+    const std::array<int, 4> bricks = run.integers("bricks");
+    const float columns = static_cast<float>(bricks[0]);
+    const float rows = static_cast<float>(bricks[1]); // even, so the shifted rows alternate across the wrap
+    const float mortar = run.number("mortar") * 0.5f;
+    const float bevel = run.number("bevel");
+    const float offset = run.number("offset");
+    const float variation = run.number("variation");
+    const uint32_t seed = run.seed();
     const float aspect = rows / columns; // brick width in brick heights
-    const int columnCount = static_cast<int>(columns);
+    const int columnCount = bricks[0];
 
-    run.parallel->run(run.height, [&](int y0, int y1) {
-        for (int y = y0; y < y1; ++y) {
-            float* row = out.row(0, y);
-            const float by = (static_cast<float>(y) + 0.5f) / static_cast<float>(run.height) * rows;
-            const int brickRow = static_cast<int>(by);
-            const float fy = by - static_cast<float>(brickRow);
-            const float edgeY = std::min(fy, 1.0f - fy);
-            const float shift = (brickRow & 1) ? offset : 0.0f;
-            for (int x = 0; x < run.width; ++x) {
-                const float bx =
-                    (static_cast<float>(x) + 0.5f) / static_cast<float>(run.width) * columns - shift;
-                const float cell = std::floor(bx);
-                const float fx = bx - cell;
-                const float edge = std::min(std::min(fx, 1.0f - fx) * aspect, edgeY);
-                const int column = wrapIndex(static_cast<int>(std::fmod(cell, columns)), columnCount);
-                const float level = 1.0f - variation * hashToUnit(hash3(seed, static_cast<uint32_t>(column),
-                                                                        static_cast<uint32_t>(brickRow)));
-                row[x] = level * clamp01((edge - mortar) / bevel);
-            }
+    generateRows(run, out, [&](int y, float* row) {
+        const float by = pixelCentre(y, run.height) * rows;
+        const int brickRow = static_cast<int>(by);
+        const float fy = by - static_cast<float>(brickRow);
+        const float edgeY = std::min(fy, 1.0f - fy);
+        const float shift = (brickRow & 1) ? offset : 0.0f;
+        for (int x = 0; x < run.width; ++x) {
+            const float bx = pixelCentre(x, run.width) * columns - shift;
+            const float cell = std::floor(bx);
+            const float fx = bx - cell;
+            const float edge = std::min(std::min(fx, 1.0f - fx) * aspect, edgeY);
+            const int column = wrapIndex(static_cast<int>(std::fmod(cell, columns)), columnCount);
+            const float level = 1.0f - variation * hashToUnit(hash3(seed, static_cast<uint32_t>(column),
+                                                                    static_cast<uint32_t>(brickRow)));
+            // A zero bevel is a sharp step at the mortar's edge.
+            const float rise =
+                bevel > 0.0f ? clamp01((edge - mortar) / bevel) : (edge > mortar ? 1.0f : 0.0f);
+            row[x] = level * rise;
         }
     });
 }
 
+const NodeKindRegistration registration(table(), evaluate);
+
 } // namespace
 
-const NodeKind& patternBricks() {
-    static const NodeKind kind{
-        {"pattern.bricks",
-         "Brick wall as a height: mortar 0, bevelled bricks of slightly varying level; gray.",
-         {{"bricks", 2, makeValue(4.0f, 8.0f), "bricks per row and rows (rounded up to even), 1 to 1024"},
-          {"mortar", 1, makeValue(0.1f), "mortar width as a fraction of a brick's height"},
-          {"bevel", 1, makeValue(0.15f), "width of the bevel as a fraction of a brick's height"},
-          {"offset", 1, makeValue(0.5f), "shift of every other row, in bricks"},
-          {"variation", 1, makeValue(0.3f), "how much the level differs between bricks, 0 to 1"},
-          {"seed", 1, makeValue(0.0f), "variation, combined with $randomseed"}},
-         {},
-         false},
-        alwaysGray,
-        evaluate};
-    return kind;
-}
-
-} // namespace kvengine::kinds
+} // namespace kvengine

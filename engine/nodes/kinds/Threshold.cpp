@@ -1,44 +1,41 @@
-#include "engine/nodes/NodeKinds.h"
-#include "engine/nodes/Sampling.h"
+// threshold: a black and white cut of the gray level.
+#include "engine/nodes/KernelShapes.h"
+#include "engine/nodes/KindTable.h"
 
-#include <algorithm>
-#include <vector>
+#include <cmath>
 
-namespace kvengine::kinds {
+namespace kvengine {
 
 namespace {
 
-// 0 below level, 1 above, with a linear ramp of the given softness centred on level.
+NodeKindInfo table() {
+    return KindTable("threshold", "Black and white cut of the gray level.", OutputChannels::Gray)
+        .number("level", 0.5f, 0.0f, 1.0f, "gray level of the cut")
+        .number("softness", 0.0f, 0.0f, 1.0f, "width of the ramp around the cut, 0 for a hard edge")
+        .map("input", 0.5f, "the gray levels to cut");
+}
+
+// 0 below level, 1 above, with a linear ramp of the given softness centred on
+// level; with no softness the ramp's limit, a step that is 0.5 on the level.
 void evaluate(const NodeRun& run, Image& out) {
-    Image grey;
-    const Image& in = inputOrGrey(run, 0, grey);
-    const float level = run.scalar(0);
-    const float softness = std::max(run.scalar(1), 1e-6f);
+    const float level = run.number("level");
+    const float softness = run.number("softness");
     const float start = level - softness * 0.5f;
     const float invSoftness = 1.0f / softness;
-    run.parallel->run(run.height, [&](int y0, int y1) {
-        for (int y = y0; y < y1; ++y) {
-            float* dst = out.row(0, y);
-            luminanceRow(in, y, dst);
+    generateRows(run, out, [&](int y, float* row) {
+        luminanceRow(run.input(0), y, row);
+        if (std::isfinite(invSoftness)) {
             for (int x = 0; x < run.width; ++x)
-                dst[x] = clamp01((dst[x] - start) * invSoftness);
+                row[x] = clamp01((row[x] - start) * invSoftness);
+        } else {
+            for (int x = 0; x < run.width; ++x)
+                row[x] = row[x] > level ? 1.0f : (row[x] < level ? 0.0f : 0.5f);
         }
     });
 }
 
+const NodeKindRegistration registration(table(), evaluate);
+
 } // namespace
 
-const NodeKind& threshold() {
-    static const NodeKind kind{
-        {"threshold",
-         "Black and white cut of the gray level (luminance of a colour input); gray.",
-         {{"level", 1, makeValue(0.5f), "gray level of the cut"},
-          {"softness", 1, makeValue(0.0f), "width of the ramp around the cut, 0 for a hard edge"}},
-         {"input"},
-         false},
-        alwaysGray,
-        evaluate};
-    return kind;
-}
-
-} // namespace kvengine::kinds
+} // namespace kvengine
