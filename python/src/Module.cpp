@@ -36,22 +36,16 @@ std::vector<char> packageBytes(const py::object& source) {
     return std::vector<char>(bytes.begin(), bytes.end());
 }
 
-py::array toArray(const Pixels& pixels) {
-    const std::vector<py::ssize_t> shape = {pixels.height, pixels.width, pixels.channels};
-    py::array array;
-    switch (pixels.element) {
-    case Pixels::Element::UInt8:
-        array = py::array_t<std::uint8_t>(shape);
-        break;
-    case Pixels::Element::UInt16:
-        array = py::array_t<std::uint16_t>(shape);
-        break;
-    case Pixels::Element::Float32:
-        array = py::array_t<float>(shape);
-        break;
+py::array newArray(const PixelShape& shape) {
+    const std::vector<py::ssize_t> dims = {shape.height, shape.width, shape.channels};
+    switch (shape.element) {
+    case PixelShape::Element::UInt16:
+        return py::array_t<std::uint16_t>(dims);
+    case PixelShape::Element::Float32:
+        return py::array_t<float>(dims);
+    default:
+        return py::array_t<std::uint8_t>(dims);
     }
-    std::memcpy(array.mutable_data(), pixels.bytes.data(), pixels.bytes.size());
-    return array;
 }
 
 std::shared_ptr<Material> open(const py::object& package, const py::object& stack) {
@@ -71,15 +65,30 @@ py::dict render(Material& material, const py::object& outputs) {
     } else if (!outputs.is_none()) {
         names = outputs.cast<std::vector<std::string>>();
     }
-    std::map<std::string, Pixels> rendered;
+    RenderResults rendered;
     {
         py::gil_scoped_release release;
         const std::lock_guard<std::mutex> guard(material.lock());
         rendered = material.render(names);
     }
+    // Arrays are made with the GIL, then filled without it: straight from the engine's buffers.
+    std::vector<std::pair<py::array, const SubstanceTexture*>> fills;
     py::dict arrays;
     for (const auto& entry : rendered) {
-        arrays[py::str(entry.first)] = toArray(entry.second);
+        const SubstanceTexture& texture = entry.second->getTexture();
+        py::array array = newArray(shapeOf(texture));
+        fills.emplace_back(array, &texture);
+        arrays[py::str(entry.first)] = array;
+    }
+    std::vector<void*> destinations;
+    for (auto& fill : fills) {
+        destinations.push_back(fill.first.mutable_data());
+    }
+    {
+        py::gil_scoped_release release;
+        for (size_t k = 0; k < fills.size(); ++k) {
+            copyPixels(*fills[k].second, destinations[k]);
+        }
     }
     return arrays;
 }
@@ -91,7 +100,12 @@ py::object texture(Material& material) {
         const std::lock_guard<std::mutex> guard(material.lock());
         pixels = material.texture();
     }
-    return pixels.width == 0 ? py::object(py::none()) : py::object(toArray(pixels));
+    if (pixels.shape.width == 0) {
+        return py::none();
+    }
+    py::array array = newArray(pixels.shape);
+    std::memcpy(array.mutable_data(), pixels.bytes.data(), pixels.bytes.size());
+    return std::move(array);
 }
 
 void setSystemInput(Material& material, const char* identifier, std::vector<double> components) {

@@ -115,7 +115,7 @@ void Material::applyState(const std::string& text) {
     mModel->applyStateString(kvString::CString(text));
 }
 
-std::map<std::string, Pixels> Material::render(const std::vector<std::string>& outputs) {
+RenderResults Material::render(const std::vector<std::string>& outputs) {
     const std::vector<std::string> known = outputIds();
     for (const std::string& name : outputs) {
         if (std::find(known.begin(), known.end(), name) == known.end()) {
@@ -138,18 +138,19 @@ std::map<std::string, Pixels> Material::render(const std::vector<std::string>& o
         queue.push(graph);
         queue.run();
     }
-    std::map<std::string, Pixels> rendered;
+    RenderResults rendered;
     for (const auto& output : graph.getOutputs()) {
         if (!output->isEnabled()) {
             continue;
         }
-        const std::unique_ptr<SubstanceAir::RenderResult> result = output->grabResult();
+        std::unique_ptr<SubstanceAir::RenderResult> result = output->grabResult();
         if (!result) {
             throw PackageError(
                 "output " + output->getDesc().identifier +
                 " was not rendered (the engine refused the render; is $outputsize within 1 to 13?)");
         }
-        rendered[output->getDesc().identifier] = pixelsOf(result->getTexture());
+        shapeOf(result->getTexture()); // a PackageError now for a format without an array
+        rendered[output->getDesc().identifier] = std::move(result);
     }
     return rendered;
 }
@@ -161,10 +162,8 @@ Pixels Material::texture() {
     if (image == nullptr) {
         return pixels;
     }
-    pixels.width = image->getSize().x;
-    pixels.height = image->getSize().y;
-    pixels.channels = 4;
-    const size_t size = static_cast<size_t>(pixels.width) * static_cast<size_t>(pixels.height) * 4;
+    pixels.shape = {PixelShape::Element::UInt8, image->getSize().x, image->getSize().y, 4};
+    const size_t size = pixels.shape.byteCount();
     pixels.bytes.resize(std::min(size, static_cast<size_t>(image->getDataSize())));
     if (pixels.bytes.size() != size) {
         throw PackageError("the texture holds fewer bytes than its size calls for");

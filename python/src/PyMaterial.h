@@ -5,6 +5,7 @@
 #pragma once
 
 #include "framework/description/PackageDesc.h"
+#include "framework/render/RenderResult.h"
 #include "material/Substance.h"
 #include "material/SubstanceInput.h"
 
@@ -30,16 +31,25 @@ struct KeyError : std::out_of_range {
     using std::out_of_range::out_of_range;
 };
 
-// The full-size level of one rendered output, converted to the array element
-// the output's format calls for: bytes, 16-bit words or 32-bit floats.
-struct Pixels {
+// The array the full-size level of an output becomes: the element its format
+// calls for (bytes, 16-bit words or 32-bit floats), rows top to bottom,
+// channels last.
+struct PixelShape {
     enum class Element { UInt8, UInt16, Float32 };
     Element element = Element::UInt8;
     int width = 0;
     int height = 0;
     int channels = 0;
-    std::vector<unsigned char> bytes; // rows top to bottom, channels last
+    size_t byteCount() const;
 };
+
+// An 8-bit RGBA texture copied out of the library.
+struct Pixels {
+    PixelShape shape;
+    std::vector<unsigned char> bytes;
+};
+
+using RenderResults = std::map<std::string, std::unique_ptr<SubstanceAir::RenderResult>>;
 
 class Material {
 public:
@@ -65,7 +75,7 @@ public:
     void applyState(const std::string& text);
 
     // Renders the named outputs (all when empty) and returns them by identifier.
-    std::map<std::string, Pixels> render(const std::vector<std::string>& outputs);
+    RenderResults render(const std::vector<std::string>& outputs);
     // What getTextureFromSubstance gives: 8-bit RGBA, or no pixels (width 0).
     Pixels texture();
 
@@ -75,8 +85,11 @@ private:
     std::mutex mLock;
 };
 
-// Converts an engine texture's full-size level; a PackageError for a format
-// the module does not know.
-Pixels pixelsOf(const SubstanceTexture& texture);
+// The array of an engine texture; a PackageError for a format the module
+// does not know.
+PixelShape shapeOf(const SubstanceTexture& texture);
+// Converts the texture's full-size level into `destination`, which holds
+// shapeOf(texture).byteCount() bytes.
+void copyPixels(const SubstanceTexture& texture, void* destination);
 
 } // namespace kvpy

@@ -16,11 +16,11 @@ struct Layout {
     int stored;   // channels in the buffer
     int channels; // channels handed to Python
     int bytes;    // bytes of one stored channel
-    Pixels::Element element;
+    PixelShape::Element element;
 };
 
 bool layoutOf(int format, Layout& layout) {
-    using E = Pixels::Element;
+    using E = PixelShape::Element;
     switch (format == SubstancePixelFormat_Flag ? 0 : format & ~SubstancePixelFormat_Flag) {
     case SubstancePixelFormat_RGBA8:
         layout = {4, 4, 1, E::UInt8};
@@ -79,41 +79,58 @@ float halfToFloat(std::uint16_t half) {
     return sign * std::ldexp(static_cast<float>(mantissa + 1024), exponent - 25);
 }
 
+Layout layoutOrThrow(int format) {
+    Layout layout;
+    if (!layoutOf(format, layout)) {
+        throw PackageError("unknown pixel format " + std::to_string(format));
+    }
+    return layout;
+}
+
 } // namespace
 
-Pixels pixelsOf(const SubstanceTexture& texture) {
-    Layout layout;
-    if (!layoutOf(texture.pixelFormat, layout)) {
-        throw PackageError("unknown pixel format " + std::to_string(texture.pixelFormat));
-    }
-    Pixels pixels;
-    pixels.element = layout.element;
-    pixels.width = texture.level0Width;
-    pixels.height = texture.level0Height;
-    pixels.channels = layout.channels;
-    const int elementBytes = layout.element == Pixels::Element::Float32 ? 4 : layout.bytes;
-    const size_t texels = static_cast<size_t>(pixels.width) * static_cast<size_t>(pixels.height);
-    pixels.bytes.resize(texels * static_cast<size_t>(layout.channels * elementBytes));
-    const auto* source = static_cast<const unsigned char*>(texture.buffer);
-    if (source == nullptr && texels != 0) {
+size_t PixelShape::byteCount() const {
+    return static_cast<size_t>(width) * static_cast<size_t>(height) * static_cast<size_t>(channels) *
+           (element == Element::UInt8    ? 1
+            : element == Element::UInt16 ? 2
+                                         : 4);
+}
+
+PixelShape shapeOf(const SubstanceTexture& texture) {
+    const Layout layout = layoutOrThrow(texture.pixelFormat);
+    if (texture.buffer == nullptr && texture.level0Width != 0 && texture.level0Height != 0) {
         throw PackageError("the engine returned a texture without texels");
     }
-    const bool widen = layout.element == Pixels::Element::Float32 && layout.bytes == 2;
+    return {layout.element, texture.level0Width, texture.level0Height, layout.channels};
+}
+
+void copyPixels(const SubstanceTexture& texture, void* destination) {
+    const Layout layout = layoutOrThrow(texture.pixelFormat);
+    const PixelShape shape = shapeOf(texture);
+    const auto* source = static_cast<const unsigned char*>(texture.buffer);
+    auto* out = static_cast<unsigned char*>(destination);
+    const bool widen = layout.element == PixelShape::Element::Float32 && layout.bytes == 2;
+    if (layout.stored == layout.channels && !widen) {
+        std::memcpy(out, source, shape.byteCount()); // the level is the array: rows are tightly packed
+        return;
+    }
+    const size_t texels = static_cast<size_t>(shape.width) * static_cast<size_t>(shape.height);
+    const size_t kept = static_cast<size_t>(layout.channels * layout.bytes);
+    const size_t inStride = static_cast<size_t>(layout.stored * layout.bytes);
     for (size_t t = 0; t < texels; ++t) {
-        const unsigned char* in = source + t * static_cast<size_t>(layout.stored * layout.bytes);
-        unsigned char* out = pixels.bytes.data() + t * static_cast<size_t>(layout.channels * elementBytes);
+        const unsigned char* in = source + t * inStride;
         if (!widen) {
-            std::memcpy(out, in, static_cast<size_t>(layout.channels * layout.bytes));
+            std::memcpy(out + t * kept, in, kept); // padding channel dropped
             continue;
         }
         for (int c = 0; c < layout.channels; ++c) {
             std::uint16_t half;
             std::memcpy(&half, in + c * 2, 2);
             const float value = halfToFloat(half);
-            std::memcpy(out + c * 4, &value, 4);
+            std::memcpy(out + (t * static_cast<size_t>(layout.channels) + static_cast<size_t>(c)) * 4, &value,
+                        4);
         }
     }
-    return pixels;
 }
 
 } // namespace kvpy
