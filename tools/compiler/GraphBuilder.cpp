@@ -1,7 +1,7 @@
 #include "tools/compiler/GraphBuilder.h"
 
-#include "tools/compiler/Expression.h"
 #include "tools/compiler/InputChecks.h"
+#include "tools/compiler/NodeParams.h"
 
 #include "engine/nodes/NodeCatalog.h"
 
@@ -34,74 +34,6 @@ int inputIndex(const Graph& graph, const std::string& identifier) {
         if (graph.inputs[i].identifier == identifier)
             return static_cast<int>(i);
     return -1;
-}
-
-kvengine::Instruction constant(float x, float y, float z, float w) {
-    kvengine::Instruction instruction;
-    instruction.op = kvengine::Op::Constant;
-    instruction.value.f = {x, y, z, w};
-    return instruction;
-}
-
-// Compiles one item; `components` receives what it yields (1 broadcasts).
-kvengine::Expression compileItem(const ParamItem& item, const Graph& graph, std::set<uint32_t>& reads,
-                                 uint32_t& components, const SourcePlace& place) {
-    if (!item.isExpression) {
-        float value = static_cast<float>(item.number);
-        components = 1;
-        return kvengine::Expression{{constant(value, value, value, value)}};
-    }
-    CompiledExpression compiled;
-    try {
-        compiled = compileExpression(item.expression, graph.inputs);
-    } catch (const CompileError& e) {
-        place.fail(e.what());
-    }
-    reads.insert(compiled.reads.begin(), compiled.reads.end());
-    components = compiled.components;
-    return compiled.program;
-}
-
-kvengine::Expression compileParam(const ParamSource& param, const kvengine::ParamSpec& declared,
-                                  const Graph& graph, std::set<uint32_t>& reads, const SourcePlace& place) {
-    uint32_t components = 1;
-    if (!param.isList) {
-        kvengine::Expression expression = compileItem(param.items.front(), graph, reads, components, place);
-        if (components != 1 && components != declared.components)
-            place.fail("yields " + std::to_string(components) + " components, the parameter takes " +
-                       std::to_string(declared.components));
-        return expression;
-    }
-    if (param.items.size() != declared.components)
-        place.fail("has " + std::to_string(param.items.size()) + " components, the parameter takes " +
-                   std::to_string(declared.components));
-    bool allNumbers = std::none_of(param.items.begin(), param.items.end(),
-                                   [](const ParamItem& item) { return item.isExpression; });
-    if (allNumbers) {
-        kvengine::Instruction value = constant(0, 0, 0, 0);
-        for (size_t k = 0; k < param.items.size(); ++k)
-            value.value.f[k] = static_cast<float>(param.items[k].number);
-        return kvengine::Expression{{value}};
-    }
-    // Assemble the vector component by component: sum of item_k * unit_k.
-    kvengine::Expression expression;
-    for (size_t k = 0; k < param.items.size(); ++k) {
-        kvengine::Expression item = compileItem(param.items[k], graph, reads, components, place);
-        if (components != 1)
-            place.fail("list item " + std::to_string(k + 1) + " yields " + std::to_string(components) +
-                       " components, list items must yield one");
-        expression.code.insert(expression.code.end(), item.code.begin(), item.code.end());
-        kvengine::Instruction unit = constant(0, 0, 0, 0);
-        unit.value.f[k] = 1.0f;
-        expression.code.push_back(unit);
-        expression.code.push_back(kvengine::Instruction{kvengine::Op::Multiply, 0, {}});
-        if (k > 0)
-            expression.code.push_back(kvengine::Instruction{kvengine::Op::Add, 0, {}});
-    }
-    if (stackDepth(expression) > kvengine::AssemblyLimits::maxExpressionStack ||
-        expression.code.size() > kvengine::AssemblyLimits::maxInstructionsPerExpression)
-        place.fail("list of expressions too complex; simplify its items");
-    return expression;
 }
 
 // Index of every node that `node` reads, directly or through other nodes, itself included.
@@ -193,8 +125,8 @@ BuiltGraph buildGraph(const GraphSource& source, UidAllocator& uids, const Sourc
                 place.fail("unknown parameter '" + param.name + "' of kind " + ns.kind + " (it has " +
                            parameterNames(*kind) + ")");
             node.params[static_cast<size_t>(index)] =
-                compileParam(param, kind->params[static_cast<size_t>(index)], graph, nodeReads[n],
-                             place / ("parameter '" + param.name + "'"));
+                compileNodeParam(param, kind->params[static_cast<size_t>(index)], graph, nodeReads[n],
+                                 place / ("parameter '" + param.name + "'"));
         }
         node.imageInputs.assign(kind->imageInputs.size(), -1);
         for (const auto& [slotName, from] : ns.inputs) {

@@ -1,5 +1,6 @@
 #include "tools/compiler/NumberText.h"
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
@@ -19,6 +20,15 @@ std::string floatText(float value) {
 
 std::string intText(int value) {
     return std::to_string(value);
+}
+
+std::string messageNumberText(double value) {
+    if (std::floor(value) == value && std::fabs(value) < 1e15) {
+        char buffer[32];
+        std::snprintf(buffer, sizeof buffer, "%.0f", value == 0 ? 0.0 : value);
+        return buffer;
+    }
+    return floatText(static_cast<float>(value));
 }
 
 std::string numberListText(const NumberList& values, bool integers) {

@@ -11,6 +11,9 @@ namespace kvcompiler {
 
 std::string floatText(float value);
 std::string intText(int value);
+// For messages: whole numbers written out in full (2000, not 2e+03), others
+// as floatText does.
+std::string messageNumberText(double value);
 // Components joined by "," as floats or ints.
 std::string numberListText(const NumberList& values, bool integers);
 

@@ -340,6 +340,19 @@ TEST(CompilerErrors, EachFaultNamesItsPlace) {
         {[&](Json& s) { g(s)["nodes"][0]["params"]["bricks"] = "tint"; },
          "parameter 'bricks': yields 3 components, the parameter takes 2"},
         {[&](Json& s) { g(s)["nodes"][0]["params"]["seed"] = "angel * 4"; }, "unknown input 'angel'"},
+        {[&](Json& s) {
+             g(s)["nodes"][0]["params"]["bricks"] = Json::array({4, 2000});
+         },
+         "tiles.json: graph 'pkg://tests/tiles': node 'bricks': parameter 'bricks': 4,2000 is outside the "
+         "range 1 "
+         "to 1024"},
+        {[&](Json& s) { g(s)["nodes"][0]["params"]["seed"] = 2.5; },
+         "parameter 'seed': 2.5 must be a whole number"},
+        {[&](Json& s) { g(s)["nodes"][3]["params"]["mode"] = "multipy"; },
+         "node 'mixed': parameter 'mode': unknown label 'multipy' (it has 0 copy, 1 add, 2 subtract, 3 "
+         "multiply, "},
+        {[&](Json& s) { g(s)["nodes"][3]["params"]["mode"] = 11; },
+         "parameter 'mode': 11 is not one of 0 copy, 1 add, "},
         {[&](Json& s) { g(s)["nodes"][2]["graphinput"] = "amount"; }, "which is not an image input"},
         {[&](Json& s) { g(s)["nodes"][3]["inputs"]["foreground"] = "nowhere"; }, "unknown node 'nowhere'"},
         {[&](Json& s) { g(s)["nodes"][3]["inputs"]["top"] = "paint"; }, "unknown image input 'top'"},
