@@ -1,6 +1,7 @@
 #include "tools/compiler/NodeParams.h"
 
 #include "tools/compiler/Expression.h"
+#include "tools/compiler/NodeReference.h"
 #include "tools/compiler/NumberText.h"
 
 #include <algorithm>
@@ -20,13 +21,6 @@ kvengine::Instruction constant(float x, float y, float z, float w) {
     instruction.op = kvengine::Op::Constant;
     instruction.value.f = {x, y, z, w};
     return instruction;
-}
-
-std::string labelList(const ParamSpec& spec) {
-    std::string list;
-    for (size_t i = 0; i < spec.labels.size(); ++i)
-        list += (i ? ", " : "") + std::to_string(i) + " " + spec.labels[i];
-    return list;
 }
 
 std::string valueText(const std::vector<double>& values) {
@@ -49,7 +43,7 @@ void checkNumbers(const ParamSpec& spec, const std::vector<double>& values, cons
             break;
         case ParamType::Enumeration:
             if (!whole || v < spec.min || v > spec.max)
-                place.fail(valueText(values) + " is not one of " + labelList(spec));
+                place.fail(valueText(values) + " is not one of " + labelsText(spec));
             break;
         case ParamType::Integer:
             if (!whole)
@@ -58,8 +52,7 @@ void checkNumbers(const ParamSpec& spec, const std::vector<double>& values, cons
         case ParamType::Float:
         case ParamType::Colour:
             if (v < spec.min || v > spec.max)
-                place.fail(valueText(values) + " is outside the range " + messageNumberText(spec.min) +
-                           " to " + messageNumberText(spec.max));
+                place.fail(valueText(values) + " is outside the range " + rangeText(spec));
             break;
         }
     }
@@ -89,7 +82,7 @@ int labelValue(const ParamSpec& spec, const std::string& source, const kvengine:
     if (label != spec.labels.end())
         return static_cast<int>(label - spec.labels.begin());
     if (isPlainName(text) && !isInput(graph, text))
-        place.fail("unknown label '" + text + "' (it has " + labelList(spec) + ")");
+        place.fail("unknown label '" + text + "' (it has " + labelsText(spec) + ")");
     return -1;
 }
 
