@@ -119,7 +119,7 @@ def test_a_preset_applies_and_the_3d_preview_is_lit(page):
     ("api/preset", {"label": "No such preset"}, 422),
     ("api/state", b"pkg://another/package\n1d f1 0.5\n", 400),
     ("api/value", b"{" + b" " * (2 << 20) + b"}", 413),
-    ("api/image/nothing", None, 404),
+    ("api/images?outputs=Output,nothing", None, 404),
     ("../etc/passwd", None, 404),
     ("three.min.js", None, 404),
 ])

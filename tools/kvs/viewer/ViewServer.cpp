@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdio>
 #include <pthread.h>
+#include <sstream>
 #include <thread>
 #include <unistd.h>
 
@@ -76,14 +77,21 @@ void addRoutes(httplib::Server& server, ViewSession& session, const std::string&
     server.Get("/api/material", guarded([&session](const httplib::Request&, httplib::Response& response) {
                    answer(response, session.describe());
                }));
-    server.Get(R"(/api/image/([^/]{1,200}))",
+    // The outputs named in ?outputs=a,b as one body of 8-bit RGBA images, one after the
+    // other; X-Images says "id:width:height,..." in the same order.
+    server.Get("/api/images",
                guarded([&session](const httplib::Request& request, httplib::Response& response) {
-                   const OutputImage image = session.image(request.matches[1]);
-                   response.set_header("X-Width", std::to_string(image.width));
-                   response.set_header("X-Height", std::to_string(image.height));
+                   std::string body, layout;
+                   std::istringstream names(request.get_param_value("outputs"));
+                   for (std::string name; std::getline(names, name, ',');) {
+                       const OutputImage image = session.image(name);
+                       body.append(reinterpret_cast<const char*>(image.rgba.data()), image.rgba.size());
+                       layout += (layout.empty() ? "" : ",") + name + ":" + std::to_string(image.width) +
+                                 ":" + std::to_string(image.height);
+                   }
+                   response.set_header("X-Images", layout);
                    response.set_header("Cache-Control", "no-store");
-                   response.set_content(reinterpret_cast<const char*>(image.rgba.data()), image.rgba.size(),
-                                        "application/octet-stream");
+                   response.set_content(std::move(body), "application/octet-stream");
                }));
     server.Post("/api/value",
                 guarded([&session](const httplib::Request& request, httplib::Response& response) {
@@ -136,6 +144,7 @@ sigset_t blockStopSignals() {
 void serve(ViewSession& session, const ServerOptions& options, const sigset_t& stopSignals) {
     httplib::Server server;
     server.set_payload_max_length(kMaxRequestBytes);
+    server.set_tcp_nodelay(true); // images go out at once, not after the peer's delayed acknowledgement
     addRoutes(server, session, readThreeJs(options.threeJs));
     const int port = options.port == 0
                          ? server.bind_to_any_port(options.address)

@@ -209,9 +209,11 @@ json ViewSession::renderAll() {
         queue.run();
     }
     std::map<std::string, OutputImage> images = mImages;
+    json changed = json::array();
     for (const auto& output : graph.getOutputs()) {
         if (const std::unique_ptr<SubstanceAir::RenderResult> result = output->grabResult()) {
             images[output->getDesc().identifier] = toRgba(result->getTexture());
+            changed.push_back(output->getDesc().identifier);
         } else if (std::count(stale.begin(), stale.end(), output->getDesc().identifier) != 0) {
             throw RequestError(422, "output " + output->getDesc().identifier +
                                         " was not rendered: the engine refused the values");
@@ -222,7 +224,8 @@ json ViewSession::renderAll() {
     ++mVersion;
     return {{"version", mVersion},
             {"state", mMaterial->model()->getStateString().str()},
-            {"renderMs", mRenderMs}};
+            {"renderMs", mRenderMs},
+            {"changed", changed}};
 }
 
 template <typename Edit>

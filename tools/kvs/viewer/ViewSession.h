@@ -44,7 +44,8 @@ public:
 
     // Inputs, presets, outputs, state, version and any compile error, for the page.
     nlohmann::json describe();
-    // Each edit renders and answers {version, state, renderMs}.
+    // Each edit renders the outputs it alters and answers {version, state,
+    // renderMs, changed: the identifiers of those outputs}.
     nlohmann::json setValue(const std::string& identifier, const nlohmann::json& value);
     nlohmann::json applyPreset(const std::string& label);
     nlohmann::json applyState(const std::string& text);

@@ -99,19 +99,24 @@ function makeWidget(input) {
 
 // ---- rendering ---------------------------------------------------------------
 
-async function drawOutput(output) {
-  const response = await fetch("api/image/" + encodeURIComponent(output.id));
+// Draws the outputs named (all by default), fetched in one request, and refreshes the preview.
+async function drawAll(changed) {
+  const wanted = kv.page.outputs.filter((o) => !changed || changed.includes(o.id)).map((o) => o.id);
+  if (!wanted.length) return;
+  const response = await fetch("api/images?outputs=" + wanted.map(encodeURIComponent).join(","));
   if (!response.ok) return;
-  const width = +response.headers.get("X-Width"), height = +response.headers.get("X-Height");
-  const pixels = new Uint8ClampedArray(await response.arrayBuffer());
-  const canvas = document.querySelector(`canvas[data-output="${CSS.escape(output.id)}"]`);
-  canvas.width = width;
-  canvas.height = height;
-  canvas.getContext("2d").putImageData(new ImageData(pixels, width, height), 0, 0);
-}
-
-async function drawAll() {
-  await Promise.all(kv.page.outputs.map(drawOutput));
+  const body = await response.arrayBuffer();
+  let offset = 0;
+  for (const entry of response.headers.get("X-Images").split(",")) {
+    const [id, width, height] = entry.split(":");
+    const size = width * height * 4;
+    const canvas = document.querySelector(`canvas[data-output="${CSS.escape(id)}"]`);
+    canvas.width = +width;
+    canvas.height = +height;
+    const pixels = new Uint8ClampedArray(body, offset, size);
+    canvas.getContext("2d").putImageData(new ImageData(pixels, +width, +height), 0, 0);
+    offset += size;
+  }
   if (window.kvPreview) window.kvPreview.update(kv.page.outputs);
 }
 
@@ -135,7 +140,7 @@ async function change(id, value) {
       const next = kv.queued;
       kv.queued = null;
       const result = await post("api/value", next);
-      await drawAll();
+      await drawAll(result.changed);
       showResult(result);
     }
     showError("");
