@@ -132,7 +132,7 @@ TEST_F(EngineApi, DescriptorsExposeInputsAndOutputsInGraphOrder) {
     SubstanceOutputDesc output{};
     ASSERT_EQ(substanceHandleGetOutputDesc(handle, 1, &output), SubstanceStatus_Ok);
     EXPECT_STREQ(output.identifier, "height");
-    EXPECT_EQ(output.outputId, 5001u);
+    EXPECT_EQ(output.outputId, 1101u);
     EXPECT_EQ(output.index, 1u);
     EXPECT_EQ(output.format, SubstancePixelFormat_L16);
     EXPECT_EQ(output.mipmaps, 0u);

@@ -1,7 +1,6 @@
 #include "EvaluatorFixtures.h"
 
 #include "engine/evaluator/PixelFormats.h"
-#include "engine/nodes/NodeCatalog.h"
 
 #include <gtest/gtest.h>
 #include <png.h>
@@ -11,81 +10,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <stdexcept>
 
 namespace kvtest {
 
 using namespace kvengine;
-
-Expression constantExpr(float x, float y, float z, float w) {
-    Instruction instruction;
-    instruction.op = Op::Constant;
-    instruction.value.f = {x, y, z, w};
-    return Expression{{instruction}};
-}
-
-Expression inputExpr(uint32_t inputIndex) {
-    Instruction instruction;
-    instruction.op = Op::Input;
-    instruction.index = inputIndex;
-    return Expression{{instruction}};
-}
-
-GraphBuilder::GraphBuilder(int log2Width, int log2Height) {
-    Value4 size;
-    size.i = {log2Width, log2Height, 0, 0};
-    addInput("$outputsize", InputType::Integer2, size);
-    addInput("$randomseed", InputType::Integer);
-}
-
-uint32_t GraphBuilder::addInput(const std::string& identifier, InputType type, Value4 value) {
-    GraphInput input;
-    input.uid = 1000 + static_cast<uint32_t>(graph.inputs.size());
-    input.identifier = identifier;
-    input.type = type;
-    input.defaultValue = value;
-    graph.inputs.push_back(input);
-    return static_cast<uint32_t>(graph.inputs.size() - 1);
-}
-
-int GraphBuilder::addNode(const std::string& kind,
-                          std::initializer_list<std::pair<const char*, Expression>> params,
-                          std::vector<int32_t> imageInputs, uint32_t graphInput) {
-    const NodeKindInfo* info = findNodeKind(kind);
-    Node node;
-    node.op = kind;
-    node.imageInputs = std::move(imageInputs);
-    node.graphInput = graphInput;
-    if (info) {
-        node.params.resize(info->params.size());
-        for (const auto& [name, expression] : params) {
-            const int index = findParam(*info, name);
-            if (index < 0)
-                throw std::invalid_argument("no parameter " + std::string(name) + " in " + kind);
-            node.params[static_cast<size_t>(index)] = expression;
-        }
-    }
-    graph.nodes.push_back(node);
-    return static_cast<int>(graph.nodes.size() - 1);
-}
-
-uint32_t GraphBuilder::addOutput(const std::string& identifier, int node, int format, uint32_t mipmaps) {
-    GraphOutput output;
-    output.uid = 5000 + static_cast<uint32_t>(graph.outputs.size());
-    output.identifier = identifier;
-    output.format = format;
-    output.mipmaps = mipmaps;
-    output.node = static_cast<uint32_t>(node);
-    graph.outputs.push_back(output);
-    return static_cast<uint32_t>(graph.outputs.size() - 1);
-}
-
-Assembly GraphBuilder::assembly() const {
-    Assembly assembly;
-    assembly.uid = 77;
-    assembly.graphs.push_back(graph);
-    return assembly;
-}
 
 std::map<unsigned, Rendered> renderOutputs(Evaluator& evaluator, std::vector<unsigned> outputs, int* status) {
     if (outputs.empty())

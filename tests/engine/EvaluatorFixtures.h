@@ -1,38 +1,21 @@
-// Helpers for the evaluator and engine interface tests: a graph builder,
-// rendering straight through an Evaluator, checksums and an optional PNG dump
+// Helpers for the evaluator and engine interface tests: rendering straight
+// through an Evaluator, checksums, a seam measure and an optional PNG dump
 // (set KV_DUMP_PNG=1 to write /tmp/kv-eval-<name>.png while looking at nodes).
+// Graphs come from the shared AssemblyBuilder.
 #pragma once
+
+#include "AssemblyBuilder.h"
 
 #include "engine/assembly/Assembly.h"
 #include "engine/evaluator/Evaluator.h"
 
 #include <array>
 #include <cstdint>
-#include <initializer_list>
 #include <map>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace kvtest {
-
-kvengine::Expression constantExpr(float x, float y = 0, float z = 0, float w = 0);
-kvengine::Expression inputExpr(uint32_t inputIndex);
-
-// Builds one graph. Every graph starts with $outputsize (Integer2, index 0)
-// and $randomseed (Integer, index 1).
-class GraphBuilder {
-public:
-    explicit GraphBuilder(int log2Width = 6, int log2Height = 6);
-    uint32_t addInput(const std::string& identifier, kvengine::InputType type, kvengine::Value4 value = {});
-    // Parameters by name (looked up in the catalogue); image inputs by node index, -1 for none.
-    int addNode(const std::string& kind,
-                std::initializer_list<std::pair<const char*, kvengine::Expression>> params = {},
-                std::vector<int32_t> imageInputs = {}, uint32_t graphInput = 0);
-    uint32_t addOutput(const std::string& identifier, int node, int format = 0, uint32_t mipmaps = 1);
-    kvengine::Assembly assembly() const;
-    kvengine::Graph graph;
-};
 
 struct Rendered {
     int width = 0;

@@ -51,18 +51,10 @@ std::vector<char> package(uint32_t uid, const Graph& graph) {
 
 // A graph that hands its image input straight to its output.
 Graph passThrough(uint32_t inputUid, uint32_t outputUid) {
-    Graph graph;
-    graph.url = "pkg://pass";
-    graph.inputs.resize(1);
-    graph.inputs[0].uid = inputUid;
-    graph.inputs[0].identifier = "in";
-    graph.inputs[0].type = InputType::Image;
-    graph.nodes.resize(1);
-    graph.nodes[0].op = "input.image";
-    graph.outputs.resize(1);
-    graph.outputs[0].uid = outputUid;
-    graph.outputs[0].identifier = "out";
-    return graph;
+    kvtest::GraphBuilder b("pkg://pass", inputUid);
+    const uint32_t in = b.addInput("in", InputType::Image);
+    b.addOutput("out", b.addNode("input.image", {}, {}, in), 0, 0, outputUid);
+    return b.graph;
 }
 
 class LinkerApi : public ::testing::Test {

@@ -1,91 +1,37 @@
 #include "TestAssemblies.h"
 
+#include "AssemblyBuilder.h"
+#include "platform/engine/EngineTypes.h"
+
 #include <sstream>
 
 namespace kvtest {
 
 using namespace kvengine;
 
-Instruction constant(float x, float y, float z, float w) {
-    Instruction instruction;
-    instruction.op = Op::Constant;
-    instruction.value.f = {x, y, z, w};
-    return instruction;
-}
-
-Instruction readInput(uint32_t index) {
-    return op(Op::Input, index);
-}
-
-Instruction op(Op code, uint32_t index) {
-    Instruction instruction;
-    instruction.op = code;
-    instruction.index = index;
-    return instruction;
-}
-
-namespace {
-
-GraphInput input(uint32_t uid, const char* identifier, InputType type) {
-    GraphInput in;
-    in.uid = uid;
-    in.identifier = identifier;
-    in.type = type;
-    return in;
-}
-
-GraphOutput output(uint32_t uid, const char* identifier, uint32_t node) {
-    GraphOutput out;
-    out.uid = uid;
-    out.identifier = identifier;
-    out.node = node;
-    out.mipmaps = 1;
-    return out;
-}
-
-Node node(const char* kind, std::vector<Expression> params, std::vector<int32_t> images = {}) {
-    Node n;
-    n.op = kind;
-    n.params = std::move(params);
-    n.imageInputs = std::move(images);
-    return n;
-}
-
-} // namespace
-
 Graph baseGraph(uint32_t uidSalt) {
-    Graph graph;
-    graph.url = "pkg://base";
-    graph.inputs.push_back(input(100 + uidSalt, "$outputsize", InputType::Integer2));
-    graph.inputs.back().defaultValue.i = {9, 9, 0, 0};
-    graph.inputs.push_back(input(101 + uidSalt, "tint", InputType::Float3));
-    graph.inputs.back().defaultValue.f = {0.5f, 0.25f, 1.0f, 0.0f};
-    graph.nodes.push_back(node("color.uniform", {Expression{{readInput(1)}}}));
-    graph.nodes.push_back(node("color.uniform", {Expression{{constant(0.2f), constant(0.8f), op(Op::Add)}}}));
-    graph.nodes.push_back(node("blend", {Expression{}, Expression{{constant(0.5f)}}}, {0, 1}));
-    graph.outputs.push_back(output(200 + uidSalt, "basecolor", 2));
-    graph.outputs.push_back(output(201 + uidSalt, "mask", 1));
-    graph.outputs.back().format = 12;
-    return graph;
+    GraphBuilder b("pkg://base", 100 + uidSalt);
+    b.addInput("$outputsize", InputType::Integer2, intValue(9, 9));
+    const uint32_t tint = b.addInput("tint", InputType::Float3, floatValue(0.5f, 0.25f, 1.0f));
+    const int tinted = b.addNode("color.uniform", {{"color", inputExpr(tint)}});
+    const int mask =
+        b.addNode("color.uniform", {{"color", Expression{{constant(0.2f), constant(0.8f), op(Op::Add)}}}});
+    b.addOutput("basecolor", b.addNode("blend", {{"opacity", constantExpr(0.5f)}}, {tinted, mask}));
+    b.addOutput("mask", mask, SubstancePixelFormat_L8);
+    return b.graph;
 }
 
 Graph topGraph(uint32_t uidSalt) {
-    Graph graph;
-    graph.url = "pkg://top";
-    graph.inputs.push_back(input(300 + uidSalt, "$outputsize", InputType::Integer2));
-    graph.inputs.back().defaultValue.i = {9, 9, 0, 0};
-    graph.inputs.push_back(input(301 + uidSalt, "source", InputType::Image));
-    graph.inputs.push_back(input(302 + uidSalt, "amount", InputType::Float));
-    Node image = node("input.image", {});
-    image.graphInput = 1;
-    graph.nodes.push_back(image);
-    graph.nodes.push_back(node("color.uniform", {Expression{{constant(1, 0, 0, 1)}}}));
-    graph.nodes.push_back(node("blend",
-                               {Expression{}, Expression{{readInput(2), readInput(0), op(Op::Component, 0),
-                                                          op(Op::Multiply), op(Op::Clamp01)}}},
-                               {1, 0}));
-    graph.outputs.push_back(output(400 + uidSalt, "Output", 2));
-    return graph;
+    GraphBuilder b("pkg://top", 300 + uidSalt);
+    b.addInput("$outputsize", InputType::Integer2, intValue(9, 9));
+    const uint32_t source = b.addInput("source", InputType::Image);
+    const uint32_t amount = b.addInput("amount", InputType::Float);
+    const int image = b.addNode("input.image", {}, {}, source);
+    const int red = b.addNode("color.uniform", {{"color", constantExpr(1, 0, 0, 1)}});
+    const Expression opacity{
+        {readInput(amount), readInput(0), op(Op::Component, 0), op(Op::Multiply), op(Op::Clamp01)}};
+    b.addOutput("Output", b.addNode("blend", {{"opacity", opacity}}, {red, image}));
+    return b.graph;
 }
 
 Assembly singleGraphAssembly(uint32_t assemblyUid, const Graph& graph) {

@@ -1,6 +1,8 @@
-// Hand-built assemblies and packages for the engine tests, plus field-by-field
-// equality so a round trip can be checked without the engine.
+// Assemblies the engine's format, package and linker tests share, plus
+// field-by-field equality so a round trip can be checked without the engine.
 #pragma once
+
+#include "AssemblyBuilder.h"
 
 #include "engine/assembly/Assembly.h"
 
@@ -8,10 +10,6 @@
 #include <vector>
 
 namespace kvtest {
-
-kvengine::Instruction constant(float x, float y = 0, float z = 0, float w = 0);
-kvengine::Instruction readInput(uint32_t index);
-kvengine::Instruction op(kvengine::Op code, uint32_t index = 0);
 
 // A "base" graph: inputs $outputsize (Integer2), tint (Float3); nodes
 // color.uniform (tint) -> blend <- color.uniform; outputs basecolor and mask.
