@@ -29,6 +29,11 @@ pybind11::object toPython(const std::vector<double>& components, bool integers);
 // A number or a sequence of numbers; a ValueError otherwise.
 std::vector<double> fromPython(const pybind11::handle& value);
 
+// Text from the library as a Python str: bytes that are not UTF-8 (a damaged
+// description) become U+FFFD instead of failing the call.
+pybind11::str text(const std::string& utf8);
+pybind11::list texts(const std::vector<std::string>& items);
+
 void bindInputs(pybind11::module_& module);
 
 } // namespace kvpy

@@ -9,6 +9,22 @@ namespace py = pybind11;
 
 namespace kvpy {
 
+py::str text(const std::string& utf8) {
+    PyObject* decoded = PyUnicode_DecodeUTF8(utf8.data(), static_cast<py::ssize_t>(utf8.size()), "replace");
+    if (decoded == nullptr) {
+        throw py::error_already_set();
+    }
+    return py::reinterpret_steal<py::str>(decoded);
+}
+
+py::list texts(const std::vector<std::string>& items) {
+    py::list list;
+    for (const std::string& item : items) {
+        list.append(text(item));
+    }
+    return list;
+}
+
 py::object toPython(const std::vector<double>& components, bool integers) {
     const auto one = [&](double v) -> py::object {
         return integers ? py::object(py::int_(static_cast<long long>(v))) : py::object(py::float_(v));
@@ -92,7 +108,7 @@ description, combo items) and read or write its value. Setting ``value``
 checks it against the type, clamps it to the range when the input's widget
 asks to, and hands it to the renderer; the next render uses it.)doc")
         .def_property_readonly(
-            "identifier", [](const InputHandle& h) { return h.identifier; },
+            "identifier", [](const InputHandle& h) { return text(h.identifier); },
             "The input's identifier, the key in ``Material.inputs``.")
         .def_property_readonly(
             "type", [](const InputHandle& h) { return typeName(h.get().getType()); },
@@ -120,16 +136,17 @@ its item values. Raises ValueError, changing nothing, otherwise.)doc")
             "How a GUI shows it: 'slider', 'angle', 'toggle', 'color', 'combobox', 'image' or "
             "'none'.")
         .def_property_readonly(
-            "label", [](const InputHandle& h) { return h.get().getLabel().utf8(); }, "The label a GUI shows.")
+            "label", [](const InputHandle& h) { return text(h.get().getLabel().utf8()); },
+            "The label a GUI shows.")
         .def_property_readonly(
-            "description", [](const InputHandle& h) { return h.get().getDescription().utf8(); },
+            "description", [](const InputHandle& h) { return text(h.get().getDescription().utf8()); },
             "The longer help text; may be empty.")
         .def_property_readonly(
             "combo_items",
             [](const InputHandle& h) {
                 py::dict items;
                 for (const auto& entry : comboItems(h.get())) {
-                    items[py::int_(entry.first)] = entry.second;
+                    items[py::int_(entry.first)] = text(entry.second);
                 }
                 return items;
             },
@@ -143,15 +160,15 @@ its item values. Raises ValueError, changing nothing, otherwise.)doc")
             },
             "Sets the value back to the default.")
         .def("__repr__", [](const InputHandle& h) {
-            return "<kvsubstance.Input " + h.identifier + " " + typeName(h.get().getType()) + " = " +
-                   std::string(py::repr(slot(h, Slot::Value))) + ">";
+            return text("<kvsubstance.Input " + h.identifier + " " + typeName(h.get().getType()) + " = " +
+                        std::string(py::repr(slot(h, Slot::Value))) + ">");
         });
 
     py::class_<InputsHandle>(module, "Inputs", R"doc(A material's inputs by identifier: a read-only mapping
 of identifier to ``Input``, in the library's order (by UID).)doc")
         .def("__getitem__", item, "The input of this identifier; KeyError when there is none.")
         .def("__len__", [](const InputsHandle& h) { return h.material->inputIds().size(); })
-        .def("__iter__", [](const InputsHandle& h) { return py::iter(py::cast(h.material->inputIds())); })
+        .def("__iter__", [](const InputsHandle& h) { return py::iter(texts(h.material->inputIds())); })
         .def("__contains__",
              [](const InputsHandle& h, const py::object& key) {
                  return py::isinstance<py::str>(key) &&
@@ -159,7 +176,7 @@ of identifier to ``Input``, in the library's order (by UID).)doc")
                             nullptr;
              })
         .def(
-            "keys", [](const InputsHandle& h) { return h.material->inputIds(); },
+            "keys", [](const InputsHandle& h) { return texts(h.material->inputIds()); },
             "The identifiers, in the mapping's order.")
         .def(
             "values",
@@ -174,9 +191,9 @@ of identifier to ``Input``, in the library's order (by UID).)doc")
         .def(
             "items",
             [](const InputsHandle& h) {
-                std::vector<std::pair<std::string, InputHandle>> inputs;
+                py::list inputs;
                 for (const std::string& id : h.material->inputIds()) {
-                    inputs.emplace_back(id, InputHandle{h.material, id});
+                    inputs.append(py::make_tuple(text(id), InputHandle{h.material, id}));
                 }
                 return inputs;
             },

@@ -78,7 +78,7 @@ py::dict render(Material& material, const py::object& outputs) {
         const SubstanceTexture& texture = entry.second->getTexture();
         py::array array = newArray(shapeOf(texture));
         fills.emplace_back(array, &texture);
-        arrays[py::str(entry.first)] = array;
+        arrays[text(entry.first)] = array;
     }
     std::vector<void*> destinations;
     for (auto& fill : fills) {
@@ -147,11 +147,11 @@ void registerErrors(py::module_& module) {
                 std::rethrow_exception(raised);
             }
         } catch (const ValueError& e) {
-            PyErr_SetString(PyExc_ValueError, e.what());
+            PyErr_SetObject(PyExc_ValueError, text(e.what()).ptr());
         } catch (const KeyError& e) {
-            PyErr_SetString(PyExc_KeyError, e.what());
+            PyErr_SetObject(PyExc_KeyError, text(e.what()).ptr());
         } catch (const PackageError& e) {
-            PyErr_SetString(packageError.ptr(), e.what());
+            PyErr_SetObject(packageError.ptr(), text(e.what()).ptr());
         }
     });
 }
@@ -184,15 +184,20 @@ PYBIND11_MODULE(kvsubstance, module) {
     py::class_<Material, std::shared_ptr<Material>>(module, "Material", R"doc(A material: one package's first
 graph, or the first graphs of two packages stacked. Made by ``open``.)doc")
         .def_property_readonly(
-            "url", [](const Material& m) { return m.model().getPackageURL().str(); },
+            "url", [](const Material& m) { return text(m.model().getPackageURL().str()); },
             "The package URL of the material's graph; the first line of its state.")
         .def_property_readonly(
-            "label", [](const Material& m) { return m.model().getLabel().utf8(); }, "The graph's label.")
+            "label", [](const Material& m) { return text(m.model().getLabel().utf8()); },
+            "The graph's label.")
         .def_property_readonly(
             "inputs", [](const std::shared_ptr<Material>& m) { return InputsHandle{m}; },
             "The inputs as a mapping of identifier to ``Input``.")
-        .def_property_readonly("outputs", &Material::outputIds, "The output identifiers, in order.")
-        .def_property_readonly("presets", &Material::presetLabels, "The preset labels, in order.")
+        .def_property_readonly(
+            "outputs", [](const Material& m) { return texts(m.outputIds()); },
+            "The output identifiers, in order.")
+        .def_property_readonly(
+            "presets", [](const Material& m) { return texts(m.presetLabels()); },
+            "The preset labels, in order.")
         .def(
             "apply_preset",
             [](Material& m, const std::string& label) {
@@ -209,7 +214,7 @@ graph, or the first graphs of two packages stacked. Made by ``open``.)doc")
             "The outputs' size in pixels as (width, height) (the input ``$outputsize``, which holds "
             "their log2). Set a side or (width, height): powers of two from 1 to 8192.")
         .def_property(
-            "state", [](const Material& m) { return m.state(); },
+            "state", [](const Material& m) { return text(m.state()); },
             [](Material& m, const std::string& text) {
                 const std::lock_guard<std::mutex> guard(m.lock());
                 m.applyState(text);
@@ -228,7 +233,7 @@ released while the engine works.)doc")
 the output "Output" as a uint8 array (height, width, 4), rendered if
 anything changed; None when the material has no such output.)doc")
         .def("__repr__", [](const Material& m) {
-            return "<kvsubstance.Material " + m.model().getPackageURL().str() + ">";
+            return text("<kvsubstance.Material " + m.model().getPackageURL().str() + ">");
         });
 
     module.def("open", open, py::arg("package"), py::arg("stack") = py::none(), R"doc(Opens a material.

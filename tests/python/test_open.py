@@ -1,5 +1,7 @@
 # Opening materials: paths, bytes, stacks, and packages the library refuses.
-import pathlib
+import io
+import random
+import zipfile
 
 import pytest
 
@@ -61,3 +63,48 @@ def test_every_public_name_has_a_docstring():
             for name, member in vars(item).items():
                 if not name.startswith("_") and not isinstance(member, type(kvsubstance.__dict__.get("__doc__"))):
                     assert member.__doc__, f"{item.__name__}.{name}"
+
+
+def test_damaged_packages_open_or_raise_but_never_crash(samples):
+    # Damage inside the container, where its checksums cannot catch it: the
+    # description's text and the assembly's bytes.
+    good = (samples / "stone_tiles.mpk").read_bytes()
+    with zipfile.ZipFile(io.BytesIO(good)) as package:
+        entries = {name: package.read(name) for name in package.namelist()}
+    rng = random.Random(5)
+    outcomes = set()
+    for _ in range(80):
+        damaged_name = rng.choice(sorted(entries))
+        damaged = bytearray(entries[damaged_name])
+        for _ in range(rng.randint(1, 4)):
+            damaged[rng.randrange(len(damaged))] = rng.randrange(256)
+        buffer = io.BytesIO()
+        with zipfile.ZipFile(buffer, "w") as package:
+            for name, content in entries.items():
+                package.writestr(name, bytes(damaged) if name == damaged_name else content)
+        try:
+            material = kvsubstance.open(buffer.getvalue())
+            material.inputs["$outputsize"].value = 4
+            material.render()
+            repr(material), list(material.inputs.items()), material.presets, material.state
+            outcomes.add("rendered")
+        except kvsubstance.PackageError:
+            outcomes.add("refused")
+        except KeyError:
+            outcomes.add("no size input")
+    assert {"rendered", "refused"} <= outcomes
+
+
+def test_names_that_are_not_utf8_read_with_replacement_characters(samples):
+    good = (samples / "stone_tiles.mpk").read_bytes()
+    buffer = io.BytesIO()
+    with zipfile.ZipFile(io.BytesIO(good)) as package, zipfile.ZipFile(buffer, "w") as damaged:
+        for name in package.namelist():
+            content = package.read(name)
+            if name == "description.xml":
+                content = content.replace(b'identifier="roughness"', b'identifier="rough\x92ness"')
+            damaged.writestr(name, content)
+    material = kvsubstance.open(buffer.getvalue())
+    material.size = 16
+    assert "rough\ufffdness" in material.outputs
+    assert "rough\ufffdness" in material.render()

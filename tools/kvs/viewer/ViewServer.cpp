@@ -22,9 +22,14 @@ using nlohmann::json;
 constexpr size_t kMaxRequestBytes = size_t(1) << 20;
 constexpr size_t kMaxThreeJsBytes = size_t(8) << 20;
 
+// Text from a damaged package may not be UTF-8: it goes out with replacement characters.
+std::string dumped(const json& body) {
+    return body.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
 void answerError(httplib::Response& response, int status, const std::string& reason) {
     response.status = status;
-    response.set_content(json({{"error", reason}}).dump(), "application/json");
+    response.set_content(dumped({{"error", reason}}), "application/json");
 }
 
 // Runs a handler, turning what it throws into an error response.
@@ -56,7 +61,7 @@ json bodyObject(const httplib::Request& request) {
 }
 
 void answer(httplib::Response& response, const json& body) {
-    response.set_content(body.dump(), "application/json");
+    response.set_content(dumped(body), "application/json");
 }
 
 void addRoutes(httplib::Server& server, ViewSession& session, const std::string& threeJs) {
