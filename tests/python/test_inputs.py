@@ -122,3 +122,14 @@ def test_a_state_of_another_package_is_refused(samples, stone):
         with pytest.raises(ValueError):
             stone.state = bad
     assert stone.state == before
+
+
+def test_inputs_behave_as_a_read_only_mapping(stone):
+    import collections.abc
+    inputs = stone.inputs
+    assert isinstance(inputs, collections.abc.Mapping)
+    assert dict(inputs.items()).keys() == set(inputs)
+    assert all(inputs[k].identifier == k for k in inputs)
+    with pytest.raises(TypeError):
+        inputs["wear"] = 0.5
+    assert repr(inputs["wear"]).startswith("<kvsubstance.Input wear float = ")

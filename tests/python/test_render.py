@@ -103,3 +103,20 @@ def test_a_size_the_engine_refuses_raises(stone):
         stone.render("Output")
     stone.size = 16
     assert stone.render("Output")["Output"].shape == (16, 16, 4)
+
+
+def test_a_stack_renders_the_effect_over_the_material(samples):
+    base = kvsubstance.open(samples / "stone_tiles.mpk")
+    stacked = kvsubstance.open(samples / "stone_tiles.mpk", stack=samples / "tint.mpk")
+    base.size = stacked.size = 32
+    plain = base.render("Output")["Output"]
+    tinted = stacked.render("Output")["Output"]
+    assert plain.shape == tinted.shape and not np.array_equal(plain, tinted)
+    stacked.inputs["amount"].value = 0
+    assert np.abs(stacked.render("Output")["Output"].astype(int) - plain).max() <= 1  # no tint: the base
+    stacked.inputs["amount"].value = 1
+    stacked.apply_preset("Old courtyard")  # a preset of the graph below reaches it through the stack
+    assert not np.array_equal(stacked.render("Output")["Output"], tinted)
+    again = kvsubstance.open(samples / "stone_tiles.mpk", stack=samples / "tint.mpk")
+    again.state = stacked.state
+    assert np.array_equal(again.render("Output")["Output"], stacked.render("Output")["Output"])

@@ -3,6 +3,7 @@
 # recompiled on save, and bad requests answered with errors.
 import json
 import time
+import urllib.request
 
 import pytest
 from selenium.webdriver.common.by import By
@@ -103,6 +104,18 @@ def test_a_preset_applies_and_the_3d_preview_is_lit(page):
     assert spread > 20
     ARTIFACTS.mkdir(parents=True, exist_ok=True)
     browser.save_screenshot(str(ARTIFACTS / "viewer.png"))
+
+
+def test_the_state_string_saves_and_applies(page):
+    browser, url = page
+    with urllib.request.urlopen(url + "api/state", timeout=10) as response:
+        saved = response.read().decode()
+        assert "attachment" in response.headers["Content-Disposition"]
+    assert saved == browser.find_element(By.ID, "kv-state").get_attribute("value")
+    status, changed = call(url, "api/value", {"id": "bevel", "value": 0.3})
+    assert status == 200 and changed["state"] != saved
+    status, restored = call(url, "api/state", saved.encode())
+    assert status == 200 and restored["state"] == saved
 
 
 @pytest.mark.parametrize("path, body, status", [
