@@ -23,12 +23,11 @@ std::string intText(int value) {
 }
 
 std::string messageNumberText(double value) {
-    if (std::floor(value) == value && std::fabs(value) < 1e15) {
-        char buffer[32];
-        std::snprintf(buffer, sizeof buffer, "%.0f", value == 0 ? 0.0 : value);
-        return buffer;
-    }
-    return floatText(static_cast<float>(value));
+    if (std::floor(value) != value || std::fabs(value) >= 1e15)
+        return floatText(static_cast<float>(value));
+    char buffer[32];
+    std::snprintf(buffer, sizeof buffer, "%.0f", value == 0 ? 0.0 : value);
+    return buffer;
 }
 
 std::string numberListText(const NumberList& values, bool integers) {
