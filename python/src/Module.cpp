@@ -54,7 +54,8 @@ std::shared_ptr<Material> open(const py::object& package, const py::object& stac
     if (!stack.is_none() && top.empty()) {
         throw PackageError("stack: the package is empty");
     }
-    py::gil_scoped_release release;
+    // Loading keeps the GIL: it takes a millisecond, and the library's package
+    // registry is not promised to other threads while it loads.
     return std::make_shared<Material>(bottom, top);
 }
 
