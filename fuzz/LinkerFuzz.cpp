@@ -2,9 +2,10 @@
 // a package stack does (every image input of the second fed by the first's
 // outputs, $-inputs fused), links, and checks that the result reads back.
 #include "engine/assembly/AssemblyIO.h"
-#include "platform/engine/LinkerInterface.h"
+#include "platform/engine/LinkerSession.h"
 
 #include <cstdlib>
+#include <vector>
 
 namespace {
 
@@ -24,24 +25,17 @@ void stackCopies(SubstanceLinkerHandle* handle, const kvengine::Graph& graph) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const char* bytes = reinterpret_cast<const char*>(data);
-    SubstanceLinkerContext* context = nullptr;
-    SubstanceLinkerHandle* handle = nullptr;
-    if (substanceLinkerContextInit(&context, SubstanceApiVersion, SubstanceCpuEngineId) != 0 ||
-        substanceLinkerHandleInit(&handle, context) != 0)
+    kv::LinkerSession session;
+    if (session.status() != 0)
         std::abort();
-    if (substanceLinkerHandlePushAssemblyMemory(handle, bytes, size) == 0 &&
-        substanceLinkerHandlePushAssemblyMemory(handle, bytes, size) == 0) {
+    if (session.push(bytes, size) == 0 && session.push(bytes, size) == 0) {
         kvengine::Assembly pushed;
         if (kvengine::readAssembly(bytes, size, pushed) == 0 && !pushed.graphs.empty())
-            stackCopies(handle, pushed.graphs.back());
-        const char* linked = nullptr;
-        size_t linkedSize = 0;
+            stackCopies(session.handle(), pushed.graphs.back());
+        std::vector<char> linked;
         kvengine::Assembly result;
-        if (substanceLinkerHandleLink(handle, &linked, &linkedSize) == 0 &&
-            kvengine::readAssembly(linked, linkedSize, result) != 0)
+        if (session.link(linked) == 0 && kvengine::readAssembly(linked.data(), linked.size(), result) != 0)
             std::abort(); // the linker wrote something its own reader refuses
     }
-    substanceLinkerHandleRelease(handle);
-    substanceLinkerContextRelease(context);
     return 0;
 }

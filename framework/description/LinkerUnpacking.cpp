@@ -1,6 +1,6 @@
 #include "framework/description/internal/LinkerUnpacking.h"
 
-#include "platform/engine/LinkerInterface.h"
+#include "platform/engine/LinkerSession.h"
 
 #include <boost/thread/mutex.hpp>
 
@@ -31,19 +31,13 @@ void onAssembly(SubstanceLinkerHandle*, unsigned int, const char* data, size_t s
 
 int unpackWithLinker(const char* data, size_t size, std::string& description, std::vector<char>& assembly) {
     boost::mutex::scoped_lock lock(unpackingMutex);
-    SubstanceLinkerContext* context = nullptr;
-    substanceLinkerContextInit(&context, SubstanceApiVersion, SubstanceCpuEngineId);
-    substanceLinkerContextSetCallback(context, SubstanceLinkerCallback_XmlDescription,
-                                      reinterpret_cast<SubstanceCallback>(&onDescription));
-    substanceLinkerContextSetCallback(context, SubstanceLinkerCallback_Assembly,
-                                      reinterpret_cast<SubstanceCallback>(&onAssembly));
-    SubstanceLinkerHandle* handle = nullptr;
-    substanceLinkerHandleInit(&handle, context);
-    const int status = handle != nullptr ? substanceLinkerHandlePushAssemblyMemory(handle, data, size)
-                                         : SubstanceStatus_InvalidState;
-    substanceLinkerHandleRelease(handle);
-    substanceLinkerContextRelease(context);
-
+    int status = SubstanceStatus_InvalidState;
+    {
+        kv::LinkerSession session(&onDescription, &onAssembly);
+        if (session.handle() != nullptr) {
+            status = session.push(data, size);
+        }
+    }
     assembly = assemblyBuffer;
     description = descriptionBuffer;
     return status;

@@ -4,6 +4,7 @@
 #include "framework/render/OutputInstance.h"
 #include "framework/render/RenderJob.h"
 #include "framework/render/RendererImpl.h"
+#include "platform/engine/LinkerSession.h"
 
 #include <algorithm>
 #include <cstring>
@@ -63,8 +64,8 @@ int RendererImpl::link(RenderState& state) {
         substanceLinkerHandleRelease(state.failedLink);
         state.failedLink = nullptr;
     }
-    SubstanceLinkerHandle* linkerHandle = nullptr;
-    if (int status = substanceLinkerHandleInit(&linkerHandle, linkerContext)) {
+    kv::LinkerSession session(linkerContext);
+    if (int status = session.status()) {
         return status;
     }
     {
@@ -78,19 +79,14 @@ int RendererImpl::link(RenderState& state) {
         }
         // A failed push shows as a failed link.
         for (const PackageDesc* package : collected) {
-            package->pushToLinker(linkerHandle);
+            package->pushToLinker(session.handle());
         }
     }
-    const char* data = nullptr;
-    size_t size = 0;
-    const int status = substanceLinkerHandleLink(linkerHandle, &data, &size);
-    if (status != 0) {
+    if (int status = session.link(state.assembly)) {
         // The handle is kept, not released, until the state links again.
-        state.failedLink = linkerHandle;
+        state.failedLink = session.detach();
         return status;
     }
-    state.assembly.assign(data, data + size);
-    substanceLinkerHandleRelease(linkerHandle);
     return 0;
 }
 

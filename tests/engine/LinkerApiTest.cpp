@@ -1,6 +1,7 @@
 // The linker through its C interface, driven the way the library drives it:
 // package pushes with callbacks, stacks with connections, selections and
 // fusions, format overrides, and every failure as a status.
+#include "LinkerPushes.h"
 #include "TestAssemblies.h"
 
 #include "engine/assembly/AssemblyIO.h"
@@ -14,6 +15,9 @@
 #include <string>
 
 using namespace kvengine;
+using kvtest::descriptionFor;
+using kvtest::package;
+using kvtest::passThrough;
 
 namespace {
 
@@ -35,26 +39,6 @@ void onAssembly(SubstanceLinkerHandle* handle, unsigned uid, const char* data, s
     received.handles.push_back(handle);
     received.uids.push_back(uid);
     received.assemblies.emplace_back(data, data + size);
-}
-
-std::string descriptionFor(uint32_t uid) {
-    return "<sbsdescription content=\"full\" asmuid=\"" + std::to_string(uid) +
-           "\"><graphs/></sbsdescription>";
-}
-
-std::vector<char> package(uint32_t uid, const Graph& graph) {
-    PackageContents contents;
-    contents.description = descriptionFor(uid);
-    contents.assembly = writeAssembly(kvtest::singleGraphAssembly(uid, graph));
-    return writePackage(contents);
-}
-
-// A graph that hands its image input straight to its output.
-Graph passThrough(uint32_t inputUid, uint32_t outputUid) {
-    kvtest::GraphBuilder b("pkg://pass", inputUid);
-    const uint32_t in = b.addInput("in", InputType::Image);
-    b.addOutput("out", b.addNode("input.image", {}, {}, in), 0, 0, outputUid);
-    return b.graph;
 }
 
 class LinkerApi : public ::testing::Test {
