@@ -140,6 +140,10 @@ OutputImage toRgba(const SubstanceTexture& texture) {
 ViewSession::ViewSession(const std::string& path, const std::string& stack)
     : mPath(path), mStack(stack), mFromSource(endsWith(path, ".json")) {
     if (mFromSource) {
+        // A source that does not compile is shown on the page; one that is not there is a mistake.
+        if (!std::filesystem::is_regular_file(mPath)) {
+            throw Failure("cannot open the package source " + mPath);
+        }
         mCompiled = std::filesystem::temp_directory_path() /
                     ("kvs-view-" + std::to_string(::getpid()) + "-" + graphFileName(path) + ".mpk");
         refresh();
