@@ -7,7 +7,9 @@ import time
 
 import pytest
 
-from conftest import SAMPLES, compile_source, kvsubstance, np
+from conftest import SAMPLES, compile_source, kvsubstance
+
+np = pytest.importorskip("numpy", reason="KV-SKIP: numpy is not installed (python3-numpy)")
 
 # Format of the source -> (array element, channels).
 FORMATS = {"rgba8": (np.uint8, 4), "rgbx8": (np.uint8, 3), "l8": (np.uint8, 1), "rgb16": (np.uint16, 3),

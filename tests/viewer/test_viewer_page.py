@@ -6,7 +6,9 @@ import time
 import urllib.request
 
 import pytest
-from selenium.webdriver.common.by import By
+
+pytest.importorskip("selenium", reason="KV-SKIP: python3-selenium is not installed")
+from selenium.webdriver.common.by import By  # noqa: E402
 from selenium.webdriver.common.keys import Keys
 from selenium.webdriver.support.ui import Select, WebDriverWait
 
