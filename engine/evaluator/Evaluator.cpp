@@ -7,6 +7,7 @@
 #include "engine/evaluator/ImageCache.h"
 #include "engine/evaluator/PixelFormats.h"
 #include "engine/evaluator/ThreadPool.h"
+#include "engine/formats/TexelFormat.h"
 
 #include <algorithm>
 #include <cstring>
@@ -48,7 +49,7 @@ int checkGraph(const Graph& graph, GraphState& state) {
         if (!isValidInputType(static_cast<uint32_t>(input.type)))
             return SubstanceStatus_InvalidData;
     for (const GraphOutput& output : graph.outputs)
-        if (!isTextureFormat(output.format))
+        if (!findTexelFormat(output.format))
             return SubstanceStatus_InvalidData;
     for (const Node& node : graph.nodes) {
         const NodeKind* kind = findNodeKindImpl(node.op);
@@ -186,8 +187,8 @@ int Evaluator::setInput(unsigned index, unsigned type, const void* value, bool h
         const auto* record = static_cast<const SubstanceTextureInput*>(value);
         if (record && record->texture.buffer) {
             auto read = std::make_shared<Image>();
-            if (int status = readTexture(record->texture, *read))
-                return status;
+            if (Status status = readTexture(record->texture, *read); !status.ok())
+                return status.code();
             image = std::move(read);
         }
     } else {

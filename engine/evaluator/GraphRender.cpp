@@ -2,6 +2,7 @@
 
 #include "engine/evaluator/Expression.h"
 #include "engine/evaluator/PixelFormats.h"
+#include "engine/formats/TextureLayout.h"
 #include "engine/nodes/ParamNormalisation.h"
 
 #include <algorithm>
@@ -205,7 +206,7 @@ private:
                     continue;
                 const GraphOutput& output = graph_.outputs[request.output];
                 const int levels = mipLevelCount(width_, height_, output.mipmaps);
-                live += textureBytes(output.format, width_, height_, levels);
+                live += textureBytes(texelFormat(output.format), width_, height_, levels);
                 transient =
                     std::max(transient, levels > 1 ? Image::bytesFor(width_, height_, plan.channels) / 2 : 0);
             }
@@ -286,10 +287,11 @@ private:
                 continue;
             const Image& image = *plans_[node].result;
             const int levels = mipLevelCount(width_, height_, output.mipmaps);
-            void* buffer = (*context_.allocate)(textureBytes(output.format, width_, height_, levels));
+            const TexelFormat& format = texelFormat(output.format); // checked by Evaluator::create
+            void* buffer = (*context_.allocate)(textureBytes(format, width_, height_, levels));
             if (!buffer)
                 return SubstanceStatus_OutOfMemory;
-            writeTexture(image, output.format, levels, buffer, *context_.parallel);
+            writeTexture(image, format, levels, buffer, *context_.parallel);
             SubstanceTexture texture{};
             texture.buffer = buffer;
             texture.level0Width = static_cast<uint16_t>(width_);

@@ -1,33 +1,12 @@
 #include "engine/linker/Linker.h"
 
 #include "engine/assembly/AssemblyIO.h"
+#include "engine/formats/TexelFormat.h"
 #include "platform/engine/LinkerInterface.h"
 
 #include <stdexcept>
 
 namespace kvengine {
-
-bool isKnownPixelFormat(int32_t format) {
-    switch (format) {
-    case SubstancePixelFormat_RGBA8:
-    case SubstancePixelFormat_RGBA8 | SubstancePixelFormat_Flag:
-    case SubstancePixelFormat_RGBx8:
-    case SubstancePixelFormat_RGB8:
-    case SubstancePixelFormat_L8:
-    case SubstancePixelFormat_RGBA16:
-    case SubstancePixelFormat_RGBx16:
-    case SubstancePixelFormat_RGB16:
-    case SubstancePixelFormat_L16:
-    case SubstancePixelFormat_RGBA32F:
-    case SubstancePixelFormat_RGBA16F:
-    case SubstancePixelFormat_RGB16F:
-    case SubstancePixelFormat_L16F:
-    case SubstancePixelFormat_L32F:
-        return true;
-    default:
-        return false;
-    }
-}
 
 int Linker::push(Assembly assembly) {
     if (assembly.graphs.size() > AssemblyLimits::maxGraphs - plan_.graphs.size())
@@ -53,7 +32,7 @@ int Linker::setOutputFormat(uint32_t outputUid, int32_t format, uint32_t mipmaps
     EntityRef ref;
     if (!findOutput(outputUid, pushOrder(true), ref))
         return SubstanceStatus_UnknownUid;
-    if (!isKnownPixelFormat(format))
+    if (!findTexelFormat(format))
         return SubstanceStatus_InvalidArgument;
     GraphOutput& output = plan_.graphs[ref.first].outputs[ref.second];
     output.format = format;

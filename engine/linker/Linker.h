@@ -34,7 +34,4 @@ private:
     LinkPlan plan_;
 };
 
-// True for the pixel format codes of the engine's table (EngineTypes.h).
-bool isKnownPixelFormat(int32_t format);
-
 } // namespace kvengine

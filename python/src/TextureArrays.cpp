@@ -2,9 +2,10 @@
 // half floats widen to 32-bit floats, padding channels are dropped.
 #include "python/src/PyMaterial.h"
 
+#include "engine/formats/HalfFloat.h"
+#include "engine/formats/TextureDecoder.h"
 #include "platform/engine/EngineTypes.h"
 
-#include <cmath>
 #include <cstdint>
 #include <cstring>
 
@@ -12,79 +13,23 @@ namespace kvpy {
 
 namespace {
 
+// A texel format as Python sees it: its own channels (padding dropped), as
+// integers of the stored width or as 32-bit floats.
 struct Layout {
-    int stored;   // channels in the buffer
-    int channels; // channels handed to Python
-    int bytes;    // bytes of one stored channel
+    const kvengine::TexelFormat* format;
+    int channels;
     PixelShape::Element element;
 };
 
-bool layoutOf(int format, Layout& layout) {
-    using E = PixelShape::Element;
-    switch (format == SubstancePixelFormat_Flag ? 0 : format & ~SubstancePixelFormat_Flag) {
-    case SubstancePixelFormat_RGBA8:
-        layout = {4, 4, 1, E::UInt8};
-        return true;
-    case SubstancePixelFormat_RGBx8:
-        layout = {4, 3, 1, E::UInt8};
-        return true;
-    case SubstancePixelFormat_RGB8:
-        layout = {3, 3, 1, E::UInt8};
-        return true;
-    case SubstancePixelFormat_L8:
-        layout = {1, 1, 1, E::UInt8};
-        return true;
-    case SubstancePixelFormat_RGBA16:
-        layout = {4, 4, 2, E::UInt16};
-        return true;
-    case SubstancePixelFormat_RGBx16:
-        layout = {4, 3, 2, E::UInt16};
-        return true;
-    case SubstancePixelFormat_RGB16:
-        layout = {3, 3, 2, E::UInt16};
-        return true;
-    case SubstancePixelFormat_L16:
-        layout = {1, 1, 2, E::UInt16};
-        return true;
-    case SubstancePixelFormat_RGBA32F:
-        layout = {4, 4, 4, E::Float32};
-        return true;
-    case SubstancePixelFormat_RGBA16F:
-        layout = {4, 4, 2, E::Float32};
-        return true;
-    case SubstancePixelFormat_RGB16F:
-        layout = {3, 3, 2, E::Float32};
-        return true;
-    case SubstancePixelFormat_L16F:
-        layout = {1, 1, 2, E::Float32};
-        return true;
-    case SubstancePixelFormat_L32F:
-        layout = {1, 1, 4, E::Float32};
-        return true;
-    default:
-        return false;
+Layout layoutOrThrow(int code) {
+    const kvengine::TexelFormat* format = kvengine::findTexelFormat(code);
+    if (format == nullptr) {
+        throw PackageError("unknown pixel format " + std::to_string(code));
     }
-}
-
-float halfToFloat(std::uint16_t half) {
-    const int exponent = (half >> 10) & 0x1f;
-    const int mantissa = half & 0x3ff;
-    const float sign = (half & 0x8000) != 0 ? -1.0f : 1.0f;
-    if (exponent == 0) {
-        return sign * std::ldexp(static_cast<float>(mantissa), -24);
-    }
-    if (exponent == 31) {
-        return mantissa == 0 ? sign * INFINITY : NAN;
-    }
-    return sign * std::ldexp(static_cast<float>(mantissa + 1024), exponent - 25);
-}
-
-Layout layoutOrThrow(int format) {
-    Layout layout;
-    if (!layoutOf(format, layout)) {
-        throw PackageError("unknown pixel format " + std::to_string(format));
-    }
-    return layout;
+    const PixelShape::Element element = format->isFloat             ? PixelShape::Element::Float32
+                                        : format->channelBytes == 1 ? PixelShape::Element::UInt8
+                                                                    : PixelShape::Element::UInt16;
+    return {format, kvengine::decodedChannelCount(*format, kvengine::DecodedChannels::Own), element};
 }
 
 } // namespace
@@ -109,14 +54,15 @@ void copyPixels(const SubstanceTexture& texture, void* destination) {
     const PixelShape shape = shapeOf(texture);
     const auto* source = static_cast<const unsigned char*>(texture.buffer);
     auto* out = static_cast<unsigned char*>(destination);
-    const bool widen = layout.element == PixelShape::Element::Float32 && layout.bytes == 2;
-    if (layout.stored == layout.channels && !widen) {
+    const int bytes = layout.format->channelBytes;
+    const bool widen = layout.format->isFloat && bytes == 2;
+    if (layout.format->channels == layout.channels && !widen) {
         std::memcpy(out, source, shape.byteCount()); // the level is the array: rows are tightly packed
         return;
     }
     const size_t texels = static_cast<size_t>(shape.width) * static_cast<size_t>(shape.height);
-    const size_t kept = static_cast<size_t>(layout.channels * layout.bytes);
-    const size_t inStride = static_cast<size_t>(layout.stored * layout.bytes);
+    const size_t kept = static_cast<size_t>(layout.channels * bytes);
+    const size_t inStride = layout.format->texelBytes();
     for (size_t t = 0; t < texels; ++t) {
         const unsigned char* in = source + t * inStride;
         if (!widen) {
@@ -126,7 +72,7 @@ void copyPixels(const SubstanceTexture& texture, void* destination) {
         for (int c = 0; c < layout.channels; ++c) {
             std::uint16_t half;
             std::memcpy(&half, in + c * 2, 2);
-            const float value = halfToFloat(half);
+            const float value = kvengine::halfToFloat(half);
             std::memcpy(out + (t * static_cast<size_t>(layout.channels) + static_cast<size_t>(c)) * 4, &value,
                         4);
         }

@@ -1,6 +1,7 @@
 #include "EvaluatorFixtures.h"
 
 #include "engine/evaluator/PixelFormats.h"
+#include "engine/formats/TextureLayout.h"
 
 #include <gtest/gtest.h>
 #include <png.h>
@@ -31,7 +32,8 @@ std::map<unsigned, Rendered> renderOutputs(Evaluator& evaluator, std::vector<uns
         out.format = texture.pixelFormat;
         out.levels = texture.mipmapCount;
         const auto* bytes = static_cast<const unsigned char*>(texture.buffer);
-        out.bytes.assign(bytes, bytes + textureBytes(out.format, out.width, out.height, out.levels));
+        out.bytes.assign(bytes,
+                         bytes + textureBytes(texelFormat(out.format), out.width, out.height, out.levels));
         std::free(texture.buffer);
     };
     const int rendered = evaluator.render(allocate, deliver);

@@ -3,6 +3,7 @@
 #include "EvaluatorFixtures.h"
 
 #include "engine/evaluator/PixelFormats.h"
+#include "engine/formats/TextureLayout.h"
 #include "engine/nodes/NodeCatalog.h"
 
 #include <gtest/gtest.h>
@@ -211,7 +212,7 @@ TEST(EvaluatorMipmaps, ChainSizesAndBoxFilter) {
     EXPECT_EQ(mipLevelCount(64, 16, 3), 3);
     EXPECT_EQ(mipLevelCount(64, 16, 100), 7);
     EXPECT_EQ(mipLevelCount(1, 1, 0), 1);
-    EXPECT_EQ(textureBytes(SubstancePixelFormat_RGBA8, 64, 16, 7),
+    EXPECT_EQ(textureBytes(texelFormat(SubstancePixelFormat_RGBA8), 64, 16, 7),
               4u * (64 * 16 + 32 * 8 + 16 * 4 + 8 * 2 + 4 * 1 + 2 * 1 + 1 * 1));
 
     GraphBuilder b(6, 6);

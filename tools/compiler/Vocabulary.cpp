@@ -1,5 +1,7 @@
 #include "tools/compiler/Vocabulary.h"
 
+#include "engine/formats/TexelFormat.h"
+
 #include <cstring>
 #include <iterator>
 
@@ -17,16 +19,6 @@ constexpr TypeName kTypes[] = {
     {"int", kvengine::InputType::Integer},   {"int2", kvengine::InputType::Integer2},
     {"int3", kvengine::InputType::Integer3}, {"int4", kvengine::InputType::Integer4},
     {"image", kvengine::InputType::Image},
-};
-
-struct FormatName {
-    const char* name;
-    int code;
-};
-constexpr FormatName kFormats[] = {
-    {"rgba8", 0},   {"rgbx8", 4},  {"rgb8", 8},  {"l8", 12},     {"rgba16", 16},
-    {"rgbx16", 20}, {"rgb16", 24}, {"l16", 28},  {"rgba32f", 1}, {"rgba16f", 5},
-    {"rgb16f", 9},  {"l16f", 13},  {"l32f", 17},
 };
 
 // The order is the channel-usage index that readers store.
@@ -62,12 +54,10 @@ const char* inputTypeName(kvengine::InputType type) {
 }
 
 bool formatFromName(const std::string& name, int& format) {
-    for (const FormatName& f : kFormats)
-        if (name == f.name) {
-            format = f.code;
-            return true;
-        }
-    return false;
+    const kvengine::TexelFormat* found = kvengine::findTexelFormatNamed(name);
+    if (found)
+        format = found->code;
+    return found != nullptr;
 }
 
 int channelUsageIndex(const std::string& name) {

@@ -12,7 +12,7 @@ namespace kvcompiler {
 bool inputTypeFromName(const std::string& name, kvengine::InputType& type);
 const char* inputTypeName(kvengine::InputType type);
 
-// "rgba8", "l16", "rgba32f", ...; false when unknown.
+// "rgba8", "srgba8", "l16", "rgba32f", ... (engine/formats/TexelFormat.h); false when unknown.
 bool formatFromName(const std::string& name, int& format);
 
 // Index 0..25 in the channel-usage table ("diffuse" first); -1 when unknown.
