@@ -38,6 +38,9 @@ foreach(layer material bridge framework platform)
             FILES_MATCHING PATTERN "*.h"
             PATTERN "internal" EXCLUDE)
 endforeach()
+# The one engine header a host may include: why the engine refused a call.
+install(FILES ${KV_SOURCE_ROOT}/engine/api/FailureReason.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kvsubstance/engine/api)
 
 install(EXPORT kvsubstanceTargets NAMESPACE kvsubstance:: DESTINATION ${KV_INSTALL_CMAKEDIR})
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/kvsubstanceConfig.cmake.in

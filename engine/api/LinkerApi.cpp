@@ -1,13 +1,16 @@
 // The linker half of the engine's C interface (platform/engine/LinkerInterface.h).
-// No exception crosses this boundary: each call runs inside `guarded`.
+// No exception crosses this boundary: each call runs inside `guarded`, and
+// every refusal leaves its reason (FailureReason.h).
 #include "engine/api/Guarded.h"
 #include "platform/engine/LinkerInterface.h"
 
+#include "engine/assembly/AssemblyPlaces.h"
 #include "engine/linker/Linker.h"
 #include "engine/linker/PushedContent.h"
 
 #include <atomic>
 #include <new>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -24,26 +27,41 @@ struct SubstanceLinkerHandle_ {
 };
 
 using kvengine::guarded;
+using kvengine::refuse;
+using kvengine::refuseWith;
+using kvengine::Status;
 
 extern "C" {
 
 int substanceLinkerContextInit(SubstanceLinkerContext** context, unsigned int apiVersion,
                                unsigned int engineId) {
+    constexpr const char* call = "linker: substanceLinkerContextInit";
     if (context == nullptr)
-        return SubstanceStatus_InvalidArgument;
+        return refuse(SubstanceStatus_InvalidArgument, call, "no place for the context (null pointer)");
     *context = nullptr;
-    if (apiVersion != SubstanceApiVersion || engineId != SubstanceCpuEngineId)
-        return SubstanceStatus_BadVersion;
-    return guarded([&]() -> int {
+    if (apiVersion != SubstanceApiVersion)
+        return refuseWith(SubstanceStatus_BadVersion, call, [&] {
+            return "interface version " + std::to_string(apiVersion) + ", this linker speaks " +
+                   std::to_string(SubstanceApiVersion);
+        });
+    if (engineId != SubstanceCpuEngineId)
+        return refuseWith(SubstanceStatus_BadVersion, call, [&] {
+            return "engine " + std::to_string(engineId) + ", this linker serves engine " +
+                   std::to_string(SubstanceCpuEngineId);
+        });
+    return guarded(call, [&]() -> Status {
         *context = new SubstanceLinkerContext_;
-        return SubstanceStatus_Ok;
+        return {};
     });
 }
 
 int substanceLinkerContextSetCallback(SubstanceLinkerContext* context, unsigned int kind,
                                       SubstanceCallback callback) {
-    if (context == nullptr || callback == nullptr)
-        return SubstanceStatus_InvalidArgument;
+    constexpr const char* call = "linker: substanceLinkerContextSetCallback";
+    if (context == nullptr)
+        return refuse(SubstanceStatus_InvalidArgument, call, "null context");
+    if (callback == nullptr)
+        return refuse(SubstanceStatus_InvalidArgument, call, "null callback");
     // The generic pointer is cast back to the type its kind names.
     switch (kind) {
     case SubstanceLinkerCallback_XmlDescription:
@@ -53,96 +71,112 @@ int substanceLinkerContextSetCallback(SubstanceLinkerContext* context, unsigned 
         context->onAssembly = reinterpret_cast<SubstanceLinkerCallbackAssembly>(callback);
         return SubstanceStatus_Ok;
     default:
-        return SubstanceStatus_InvalidArgument;
+        return refuseWith(SubstanceStatus_InvalidArgument, call, [&] {
+            return "callback kind " + std::to_string(kind) + " is neither 2 (description) nor 3 (assembly)";
+        });
     }
 }
 
 int substanceLinkerContextRelease(SubstanceLinkerContext* context) {
+    constexpr const char* call = "linker: substanceLinkerContextRelease";
     if (context == nullptr)
-        return SubstanceStatus_InvalidArgument;
-    if (context->liveHandles.load() != 0)
-        return SubstanceStatus_InvalidState;
+        return refuse(SubstanceStatus_InvalidArgument, call, "null context");
+    if (const unsigned live = context->liveHandles.load())
+        return refuseWith(SubstanceStatus_InvalidState, call,
+                          [&] { return "the context still holds " + kvengine::counted(live, "handle"); });
     delete context;
     return SubstanceStatus_Ok;
 }
 
 int substanceLinkerHandleInit(SubstanceLinkerHandle** handle, SubstanceLinkerContext* context) {
+    constexpr const char* call = "linker: substanceLinkerHandleInit";
     if (handle == nullptr)
-        return SubstanceStatus_InvalidArgument;
+        return refuse(SubstanceStatus_InvalidArgument, call, "no place for the handle (null pointer)");
     *handle = nullptr;
     if (context == nullptr)
-        return SubstanceStatus_InvalidArgument;
-    return guarded([&]() -> int {
+        return refuse(SubstanceStatus_InvalidArgument, call, "null context");
+    return guarded(call, [&]() -> Status {
         auto* created = new SubstanceLinkerHandle_;
         created->context = context;
         ++context->liveHandles;
         *handle = created;
-        return SubstanceStatus_Ok;
+        return {};
     });
 }
 
 int substanceLinkerHandlePushAssemblyMemory(SubstanceLinkerHandle* handle, const char* data, size_t size) {
-    if (handle == nullptr || data == nullptr)
-        return SubstanceStatus_InvalidArgument;
-    return guarded([&]() -> int {
+    constexpr const char* call = "linker: substanceLinkerHandlePushAssemblyMemory";
+    if (handle == nullptr)
+        return refuse(SubstanceStatus_InvalidArgument, call, "null handle");
+    if (data == nullptr)
+        return refuse(SubstanceStatus_InvalidArgument, call, "null data");
+    return guarded(call, [&]() -> Status {
         kvengine::PushedContent content;
-        if (int status = kvengine::unpackPushed(data, size, content))
+        if (Status status = kvengine::unpackPushed(data, size, content); !status.ok())
             return status;
         // Added before the callbacks run, so a refused push delivers nothing.
         const unsigned int uid = content.assembly.uid;
-        if (int status = handle->linker.push(std::move(content.assembly)))
+        if (Status status = handle->linker.push(std::move(content.assembly)); !status.ok())
             return status;
         const SubstanceLinkerContext* context = handle->context;
         if (content.fromPackage && context->onDescription != nullptr)
             context->onDescription(handle, uid, content.description.c_str());
         if (context->onAssembly != nullptr)
             context->onAssembly(handle, uid, content.assemblyData, content.assemblySize);
-        return SubstanceStatus_Ok;
+        return {};
     });
 }
 
 int substanceLinkerHandleSetOutputFormat(SubstanceLinkerHandle* handle, unsigned int outputUid, int format,
                                          unsigned int mipmaps) {
+    constexpr const char* call = "linker: substanceLinkerHandleSetOutputFormat";
     if (handle == nullptr)
-        return SubstanceStatus_InvalidArgument;
-    return guarded([&]() -> int { return handle->linker.setOutputFormat(outputUid, format, mipmaps); });
+        return refuse(SubstanceStatus_InvalidArgument, call, "null handle");
+    return guarded(call, [&] { return handle->linker.setOutputFormat(outputUid, format, mipmaps); });
 }
 
 int substanceLinkerConnectOutputToInput(SubstanceLinkerHandle* handle, unsigned int inputUid,
                                         unsigned int outputUid) {
+    constexpr const char* call = "linker: substanceLinkerConnectOutputToInput";
     if (handle == nullptr)
-        return SubstanceStatus_InvalidArgument;
-    return guarded([&]() -> int { return handle->linker.connect(inputUid, outputUid); });
+        return refuse(SubstanceStatus_InvalidArgument, call, "null handle");
+    return guarded(call, [&] { return handle->linker.connect(inputUid, outputUid); });
 }
 
 int substanceLinkerHandleSelectOutputs(SubstanceLinkerHandle* handle, unsigned int selectionCode,
                                        unsigned int outputUid) {
+    constexpr const char* call = "linker: substanceLinkerHandleSelectOutputs";
     if (handle == nullptr)
-        return SubstanceStatus_InvalidArgument;
-    return guarded([&]() -> int { return handle->linker.select(selectionCode, outputUid); });
+        return refuse(SubstanceStatus_InvalidArgument, call, "null handle");
+    return guarded(call, [&] { return handle->linker.select(selectionCode, outputUid); });
 }
 
 int substanceLinkerFuseInputs(SubstanceLinkerHandle* handle, unsigned int keptUid, unsigned int fusedUid) {
+    constexpr const char* call = "linker: substanceLinkerFuseInputs";
     if (handle == nullptr)
-        return SubstanceStatus_InvalidArgument;
-    return guarded([&]() -> int { return handle->linker.fuse(keptUid, fusedUid); });
+        return refuse(SubstanceStatus_InvalidArgument, call, "null handle");
+    return guarded(call, [&] { return handle->linker.fuse(keptUid, fusedUid); });
 }
 
 int substanceLinkerHandleLink(SubstanceLinkerHandle* handle, const char** data, size_t* size) {
-    if (handle == nullptr || data == nullptr || size == nullptr)
-        return SubstanceStatus_InvalidArgument;
-    return guarded([&]() -> int {
-        if (int status = handle->linker.link(handle->linked))
+    constexpr const char* call = "linker: substanceLinkerHandleLink";
+    if (handle == nullptr)
+        return refuse(SubstanceStatus_InvalidArgument, call, "null handle");
+    if (data == nullptr || size == nullptr)
+        return refuse(SubstanceStatus_InvalidArgument, call,
+                      "no place for the linked assembly (null pointer)");
+    return guarded(call, [&]() -> Status {
+        if (Status status = handle->linker.link(handle->linked); !status.ok())
             return status;
         *data = handle->linked.data();
         *size = handle->linked.size();
-        return SubstanceStatus_Ok;
+        return {};
     });
 }
 
 int substanceLinkerHandleRelease(SubstanceLinkerHandle* handle) {
     if (handle == nullptr)
-        return SubstanceStatus_InvalidArgument;
+        return refuse(SubstanceStatus_InvalidArgument, "linker: substanceLinkerHandleRelease", "null handle");
     --handle->context->liveHandles;
     delete handle;
     return SubstanceStatus_Ok;

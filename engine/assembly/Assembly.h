@@ -50,6 +50,11 @@ enum class InputType : uint32_t {
 bool isValidInputType(uint32_t code);
 bool isIntegerType(InputType type);
 uint32_t componentCount(InputType type); // 0 for images
+// The name of a type in package sources and failure reasons: "float",
+// "float2".."float4", "int", "int2".."int4", "image".
+const char* inputTypeName(InputType type);
+// The type of a name; false when unknown.
+bool inputTypeFromName(const std::string& name, InputType& type);
 
 struct GraphInput {
     uint32_t uid = 0;

@@ -2,6 +2,20 @@
 
 namespace kvengine {
 
+namespace {
+
+struct TypeName {
+    const char* name;
+    InputType type;
+};
+constexpr TypeName kTypeNames[] = {
+    {"float", InputType::Float},   {"float2", InputType::Float2}, {"float3", InputType::Float3},
+    {"float4", InputType::Float4}, {"int", InputType::Integer},   {"int2", InputType::Integer2},
+    {"int3", InputType::Integer3}, {"int4", InputType::Integer4}, {"image", InputType::Image},
+};
+
+} // namespace
+
 bool isValidInputType(uint32_t code) {
     return code <= 5 || (code >= 8 && code <= 10);
 }
@@ -29,6 +43,22 @@ uint32_t componentCount(InputType type) {
         return 0;
     }
     return 0;
+}
+
+const char* inputTypeName(InputType type) {
+    for (const TypeName& t : kTypeNames)
+        if (t.type == type)
+            return t.name;
+    return "?";
+}
+
+bool inputTypeFromName(const std::string& name, InputType& type) {
+    for (const TypeName& t : kTypeNames)
+        if (name == t.name) {
+            type = t.type;
+            return true;
+        }
+    return false;
 }
 
 } // namespace kvengine

@@ -4,10 +4,13 @@
 #pragma once
 
 #include "engine/assembly/Assembly.h"
+#include "engine/status/Status.h"
 
 namespace kvengine {
 
-// Returns a SubstanceStatus (0 when the graph is sound).
-int validateGraph(const Graph& graph);
+// Ok when the graph is sound; otherwise the reason names the graph and the
+// record ("graph 'pkg://x' node 3 ('blend'): ..."), and the caller puts its
+// own layer in front.
+Status validateGraph(const Graph& graph);
 
 } // namespace kvengine

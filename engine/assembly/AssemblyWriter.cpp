@@ -1,5 +1,6 @@
 #include "engine/assembly/AssemblyFormat.h"
 #include "engine/assembly/AssemblyIO.h"
+#include "engine/assembly/AssemblyPlaces.h"
 
 #include <cstring>
 #include <stdexcept>
@@ -31,17 +32,19 @@ private:
     std::vector<char> bytes_;
 };
 
-void require(bool ok, const char* what) {
-    if (!ok)
-        throw std::invalid_argument(std::string("assembly exceeds a limit: ") + what);
+// Throws what the reader would say of a count past its limit.
+void requireAtMost(size_t count, uint64_t limit, const std::string& where, const char* noun) {
+    if (count > limit)
+        throw std::invalid_argument("assembly: " + where + ": " + counted(count, noun) +
+                                    " exceed the limit of " + std::to_string(limit));
 }
 
-void requireString(const std::string& s) {
-    require(s.size() <= AssemblyLimits::maxStringLength, "string length");
+void requireString(const std::string& s, const std::string& where) {
+    requireAtMost(s.size(), AssemblyLimits::maxStringLength, where, "string byte");
 }
 
-void writeExpression(ByteSink& out, const Expression& expression) {
-    require(expression.code.size() <= AssemblyLimits::maxInstructionsPerExpression, "instructions");
+void writeExpression(ByteSink& out, const Expression& expression, const std::string& where) {
+    requireAtMost(expression.code.size(), AssemblyLimits::maxInstructionsPerExpression, where, "instruction");
     out.u32(static_cast<uint32_t>(expression.code.size()));
     for (const Instruction& instruction : expression.code) {
         out.u8(static_cast<uint8_t>(instruction.op));
@@ -53,15 +56,17 @@ void writeExpression(ByteSink& out, const Expression& expression) {
 }
 
 void writeGraph(ByteSink& out, const Graph& graph) {
-    require(graph.inputs.size() <= AssemblyLimits::maxInputsPerGraph, "inputs");
-    require(graph.outputs.size() <= AssemblyLimits::maxOutputsPerGraph, "outputs");
-    require(graph.nodes.size() <= AssemblyLimits::maxNodesPerGraph, "nodes");
-    requireString(graph.url);
+    const std::string place = graphPlace(graph);
+    requireAtMost(graph.inputs.size(), AssemblyLimits::maxInputsPerGraph, place, "input");
+    requireAtMost(graph.outputs.size(), AssemblyLimits::maxOutputsPerGraph, place, "output");
+    requireAtMost(graph.nodes.size(), AssemblyLimits::maxNodesPerGraph, place, "node");
+    requireString(graph.url, place + " URL");
     out.string(graph.url);
 
     out.u32(static_cast<uint32_t>(graph.inputs.size()));
-    for (const GraphInput& input : graph.inputs) {
-        requireString(input.identifier);
+    for (size_t i = 0; i < graph.inputs.size(); ++i) {
+        const GraphInput& input = graph.inputs[i];
+        requireString(input.identifier, place + " input " + std::to_string(i));
         out.u32(input.uid);
         out.string(input.identifier);
         out.u32(static_cast<uint32_t>(input.type));
@@ -69,8 +74,9 @@ void writeGraph(ByteSink& out, const Graph& graph) {
     }
 
     out.u32(static_cast<uint32_t>(graph.outputs.size()));
-    for (const GraphOutput& output : graph.outputs) {
-        requireString(output.identifier);
+    for (size_t o = 0; o < graph.outputs.size(); ++o) {
+        const GraphOutput& output = graph.outputs[o];
+        requireString(output.identifier, place + " output " + std::to_string(o));
         out.u32(output.uid);
         out.string(output.identifier);
         out.i32(output.format);
@@ -80,25 +86,27 @@ void writeGraph(ByteSink& out, const Graph& graph) {
     }
 
     out.u32(static_cast<uint32_t>(graph.nodes.size()));
-    for (const Node& node : graph.nodes) {
-        requireString(node.op);
-        require(node.imageInputs.size() <= AssemblyLimits::maxImageInputsPerNode, "image inputs");
-        require(node.params.size() <= AssemblyLimits::maxParamsPerNode, "parameters");
+    for (size_t n = 0; n < graph.nodes.size(); ++n) {
+        const Node& node = graph.nodes[n];
+        const std::string where = place + " node " + std::to_string(n);
+        requireString(node.op, where);
+        requireAtMost(node.imageInputs.size(), AssemblyLimits::maxImageInputsPerNode, where, "image input");
+        requireAtMost(node.params.size(), AssemblyLimits::maxParamsPerNode, where, "parameter");
         out.string(node.op);
         out.u32(node.graphInput);
         out.u32(static_cast<uint32_t>(node.imageInputs.size()));
         for (int32_t source : node.imageInputs)
             out.i32(source);
         out.u32(static_cast<uint32_t>(node.params.size()));
-        for (const Expression& param : node.params)
-            writeExpression(out, param);
+        for (size_t p = 0; p < node.params.size(); ++p)
+            writeExpression(out, node.params[p], where + " parameter " + std::to_string(p));
     }
 }
 
 } // namespace
 
 std::vector<char> writeAssembly(const Assembly& assembly) {
-    require(assembly.graphs.size() <= AssemblyLimits::maxGraphs, "graphs");
+    requireAtMost(assembly.graphs.size(), AssemblyLimits::maxGraphs, "the header", "graph");
     ByteSink out;
     out.raw(format::kMagic, sizeof format::kMagic);
     out.u32(kAssemblyFormatVersion);
@@ -107,7 +115,7 @@ std::vector<char> writeAssembly(const Assembly& assembly) {
     for (const Graph& graph : assembly.graphs)
         writeGraph(out, graph);
     std::vector<char> bytes = out.take();
-    require(bytes.size() <= AssemblyLimits::maxAssemblyBytes, "total size");
+    requireAtMost(bytes.size(), AssemblyLimits::maxAssemblyBytes, "the whole assembly", "byte");
     return bytes;
 }
 

@@ -15,6 +15,8 @@ public:
 
     bool ok() const { return ok_; }
     size_t remaining() const { return ok_ ? size_ - offset_ : 0; }
+    // Bytes read so far; after a failure, where the failing read began.
+    size_t offset() const { return offset_; }
 
     uint8_t u8() {
         if (!take(1))
@@ -29,10 +31,9 @@ public:
     }
     int32_t i32() { return static_cast<int32_t>(u32()); }
 
-    // A length-prefixed string of at most maxLength bytes.
-    bool string(std::string& out, uint32_t maxLength) {
-        const uint32_t length = u32();
-        if (!ok_ || length > maxLength || length > remaining())
+    // The next `length` bytes as text.
+    bool text(std::string& out, uint32_t length) {
+        if (!ok_ || length > size_ - offset_)
             return fail();
         out.assign(data_ + offset_, length);
         offset_ += length;

@@ -7,10 +7,11 @@
 // log2 of width and height; 9,9 when the graph has none) with the seed of its
 // $randomseed input (0 when it has none). Every limit (texture side, node
 // count, bytes of intermediate images, pixel work) is checked before a render
-// allocates anything.
+// allocates anything. Failures carry a reason beginning with "engine: ".
 #pragma once
 
 #include "engine/assembly/Assembly.h"
+#include "engine/status/Status.h"
 #include "platform/engine/EngineTypes.h"
 
 #include <cstddef>
@@ -42,9 +43,9 @@ public:
     using Deliver =
         std::function<void(unsigned outputIndex, size_t jobUserData, const SubstanceTexture& texture)>;
 
-    // Validates the assembly against the node catalogue and the limits.
-    // Returns a SubstanceStatus; out is set only on success.
-    static int create(Assembly assembly, const EvaluatorOptions& options, std::unique_ptr<Evaluator>& out);
+    // Validates the assembly against the node catalogue and the limits; out
+    // is set only on success.
+    static Status create(Assembly assembly, const EvaluatorOptions& options, std::unique_ptr<Evaluator>& out);
     ~Evaluator();
 
     unsigned inputCount() const;
@@ -55,15 +56,15 @@ public:
     // Sets an input's current value. A hint is checked the same way but never
     // changes the current value (this engine does no speculative rendering).
     // For an image input value is a SubstanceTextureInput pointer, null (or a
-    // record with a null buffer) for unset. Returns a SubstanceStatus.
-    int setInput(unsigned index, unsigned type, const void* value, bool hint);
+    // record with a null buffer) for unset.
+    Status setInput(unsigned index, unsigned type, const void* value, bool hint);
 
     // Queues outputs, by UID or by engine index, for the next render; a hint
-    // is only checked. Returns a SubstanceStatus; nothing is queued on failure.
-    int queueOutputs(const unsigned* outputs, unsigned count, bool byUid, bool hint, size_t jobUserData);
+    // is only checked. Nothing is queued on failure.
+    Status queueOutputs(const unsigned* outputs, unsigned count, bool byUid, bool hint, size_t jobUserData);
 
     // Renders every queued output, delivering each as it finishes, and empties the queue.
-    int render(const Allocate& allocate, const Deliver& deliver);
+    Status render(const Allocate& allocate, const Deliver& deliver);
 
 private:
     struct Impl;

@@ -1,5 +1,6 @@
 #include "engine/evaluator/GraphRender.h"
 
+#include "engine/assembly/AssemblyPlaces.h"
 #include "engine/evaluator/Expression.h"
 #include "engine/evaluator/PixelFormats.h"
 #include "engine/formats/TextureLayout.h"
@@ -9,6 +10,7 @@
 #include <cstring>
 #include <map>
 #include <set>
+#include <string>
 #include <utility>
 
 namespace kvengine {
@@ -84,41 +86,56 @@ public:
         : state_(state), graph_(*state.graph), requests_(requests), context_(context),
           plans_(graph_.nodes.size()) {}
 
-    int run() {
-        if (int status = resolveSize())
+    Status run() {
+        if (Status status = resolveSize(); !status.ok())
             return status;
         order_ = dependencyOrder(graph_, requests_);
         planNodes();
-        if (int status = checkLimits())
+        if (Status status = checkLimits(); !status.ok())
             return status;
         for (uint32_t node : order_) {
             if (plans_[node].compute)
                 computeNode(node);
-            if (int status = deliverOutputsOf(node))
+            if (Status status = deliverOutputsOf(node); !status.ok())
                 return status;
             if (plans_[node].uses == 0)
                 plans_[node].result.reset();
         }
-        return SubstanceStatus_Ok;
+        return {};
     }
 
 private:
-    int resolveSize() {
+    Status resolveSize() {
         int log2Width = 9, log2Height = 9;
         if (state_.outputSizeInput >= 0) {
             const Value4& size = state_.values[static_cast<size_t>(state_.outputSizeInput)];
             log2Width = size.i[0];
             log2Height = size.i[1];
         }
-        if (log2Width < 0 || log2Height < 0 || log2Width > EvaluatorLimits::maxLog2Side ||
-            log2Height > EvaluatorLimits::maxLog2Side)
-            return SubstanceStatus_LimitExceeded;
+        for (int log2Side : {log2Width, log2Height}) {
+            if (log2Side < 0)
+                return failure(SubstanceStatus_LimitExceeded,
+                               "$outputsize asks for a side of 2^" + std::to_string(log2Side) + " texels");
+            if (log2Side > EvaluatorLimits::maxLog2Side)
+                return failure(SubstanceStatus_LimitExceeded,
+                               "output side " + sideText(log2Side) + " exceeds the limit of " +
+                                   std::to_string(1 << EvaluatorLimits::maxLog2Side) + " texels");
+        }
         width_ = 1 << log2Width;
         height_ = 1 << log2Height;
         seed_ = state_.randomSeedInput >= 0
                     ? static_cast<uint32_t>(state_.values[static_cast<size_t>(state_.randomSeedInput)].i[0])
                     : 0u;
-        return SubstanceStatus_Ok;
+        return {};
+    }
+
+    // 2^n spelled out while it fits an int.
+    static std::string sideText(int log2Side) {
+        return log2Side < 31 ? std::to_string(1u << log2Side) : "2^" + std::to_string(log2Side);
+    }
+
+    Status failure(SubstanceStatus code, const std::string& what) const {
+        return {code, "engine: " + graphPlace(graph_) + ": " + what};
     }
 
     // Parameters, cache keys, which nodes to compute and their channel counts.
@@ -183,7 +200,7 @@ private:
     }
 
     // Replays the evaluation's allocations to find its peak before any is made.
-    int checkLimits() const {
+    Status checkLimits() const {
         const EvaluatorLimits& limits = *context_.limits;
         const size_t pixels = static_cast<size_t>(width_) * static_cast<size_t>(height_);
         std::vector<uint32_t> uses(plans_.size());
@@ -220,9 +237,16 @@ private:
                         live -=
                             Image::bytesFor(width_, height_, plans_[static_cast<size_t>(source)].channels);
         }
-        if (peak > limits.maxIntermediateBytes || work > limits.maxNodePixels)
-            return SubstanceStatus_LimitExceeded;
-        return SubstanceStatus_Ok;
+        if (peak > limits.maxIntermediateBytes)
+            return failure(SubstanceStatus_LimitExceeded,
+                           "the render needs " + std::to_string(peak) +
+                               " bytes of images at its peak, past the limit of " +
+                               std::to_string(limits.maxIntermediateBytes));
+        if (work > limits.maxNodePixels)
+            return failure(SubstanceStatus_LimitExceeded, "the render computes " + std::to_string(work) +
+                                                              " node pixels, past the limit of " +
+                                                              std::to_string(limits.maxNodePixels));
+        return {};
     }
 
     void computeNode(uint32_t node) {
@@ -280,7 +304,7 @@ private:
         return *image;
     }
 
-    int deliverOutputsOf(uint32_t node) {
+    Status deliverOutputsOf(uint32_t node) {
         for (const OutputRequest& request : requests_) {
             const GraphOutput& output = graph_.outputs[request.output];
             if (output.node != node)
@@ -288,9 +312,12 @@ private:
             const Image& image = *plans_[node].result;
             const int levels = mipLevelCount(width_, height_, output.mipmaps);
             const TexelFormat& format = texelFormat(output.format); // checked by Evaluator::create
-            void* buffer = (*context_.allocate)(textureBytes(format, width_, height_, levels));
+            const size_t bytes = textureBytes(format, width_, height_, levels);
+            void* buffer = (*context_.allocate)(bytes);
             if (!buffer)
-                return SubstanceStatus_OutOfMemory;
+                return failure(SubstanceStatus_OutOfMemory, outputPlace(graph_, request.output) +
+                                                                ": no memory for a texture of " +
+                                                                std::to_string(bytes) + " bytes");
             writeTexture(image, format, levels, buffer, *context_.parallel);
             SubstanceTexture texture{};
             texture.buffer = buffer;
@@ -301,7 +328,7 @@ private:
             texture.mipmapCount = static_cast<uint8_t>(levels);
             (*context_.deliver)(request.engineIndex, request.jobUserData, texture);
         }
-        return SubstanceStatus_Ok;
+        return {};
     }
 
     const GraphState& state_;
@@ -318,8 +345,8 @@ private:
 
 } // namespace
 
-int renderGraph(const GraphState& graph, const std::vector<OutputRequest>& requests,
-                const RenderContext& context) {
+Status renderGraph(const GraphState& graph, const std::vector<OutputRequest>& requests,
+                   const RenderContext& context) {
     return GraphRender(graph, requests, context).run();
 }
 

@@ -28,8 +28,9 @@ struct RenderContext {
     const Evaluator::Deliver* deliver = nullptr;
 };
 
-// Returns a SubstanceStatus; outputs delivered before a failure stay delivered.
-int renderGraph(const GraphState& graph, const std::vector<OutputRequest>& requests,
-                const RenderContext& context);
+// Outputs delivered before a failure stay delivered. A failure's reason
+// begins with "engine: " and names the graph.
+Status renderGraph(const GraphState& graph, const std::vector<OutputRequest>& requests,
+                   const RenderContext& context);
 
 } // namespace kvengine

@@ -21,22 +21,22 @@ class Merger {
 public:
     explicit Merger(const LinkPlan& plan) : plan_(plan) {}
 
-    int run(Assembly& out) {
+    Status run(Assembly& out) {
         indexNodes();
         mergeInputs();
-        if (int status = findBypasses())
+        if (Status status = findBypasses(); !status.ok())
             return status;
         mergeNodes();
         mergeOutputs();
         prune();
         // The pushed graphs were sound on their own; this catches cycles made
         // by connections among the nodes that remain.
-        if (int status = validateGraph(merged_))
-            return status;
+        if (Status status = validateGraph(merged_); !status.ok())
+            return std::move(status).within("linker: linked ");
         uniqueUids();
         out.uid = linkedUid();
         out.graphs.assign(1, std::move(merged_));
-        return SubstanceStatus_Ok;
+        return {};
     }
 
 private:
@@ -81,7 +81,7 @@ private:
     // Every "input.image" node whose input is connected is bypassed: readers
     // of it read the feeding output's node. Chains through other bypassed
     // nodes are followed; a chain that loops is a cycle of connections.
-    int findBypasses() {
+    Status findBypasses() {
         for (uint32_t g = 0; g < plan_.graphs.size(); ++g) {
             const std::vector<Node>& nodes = plan_.graphs[g].nodes;
             for (uint32_t n = 0; n < nodes.size(); ++n) {
@@ -96,8 +96,19 @@ private:
         }
         for (size_t n = 0; n < bypass_.size(); ++n)
             if (resolve(static_cast<uint32_t>(n)) == kNoNode)
-                return SubstanceStatus_Cycle;
-        return SubstanceStatus_Ok;
+                return {SubstanceStatus_Cycle,
+                        "linker: connection to " + connectedInputOf(static_cast<uint32_t>(n)) +
+                            ": the output feeding it is fed, through connections, by the "
+                            "input itself"};
+        return {};
+    }
+
+    // The connected graph input that merged node `n`, an "input.image" node, reads.
+    std::string connectedInputOf(uint32_t n) const {
+        uint32_t g = 0;
+        while (g + 1 < base_.size() && base_[g + 1] <= n)
+            ++g;
+        return describeInput(plan_, representative({g, plan_.graphs[g].nodes[n - base_[g]].graphInput}));
     }
 
     // The node that really produces what node `n` reads, or kNoNode for a loop.
@@ -230,7 +241,7 @@ private:
 
 } // namespace
 
-int mergePlan(const LinkPlan& plan, Assembly& out) {
+Status mergePlan(const LinkPlan& plan, Assembly& out) {
     return Merger(plan).run(out);
 }
 

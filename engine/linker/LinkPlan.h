@@ -3,9 +3,11 @@
 #pragma once
 
 #include "engine/assembly/Assembly.h"
+#include "engine/status/Status.h"
 
 #include <cstdint>
 #include <map>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -22,8 +24,12 @@ struct LinkPlan {
     std::map<EntityRef, EntityRef> fusedInto; // fused input -> the input kept in its place
 };
 
-// Merges the plan into one graph (see docs/linker.md). Returns a SubstanceStatus;
-// `out` is filled only on success.
-int mergePlan(const LinkPlan& plan, Assembly& out);
+// "input 7 ('tint') of graph 'pkg://x'", with the UID, for failure reasons.
+std::string describeInput(const LinkPlan& plan, EntityRef ref);
+std::string describeOutput(const LinkPlan& plan, EntityRef ref);
+
+// Merges the plan into one graph (see docs/linker.md); `out` is filled only
+// on success. A failure's reason begins with "linker: ".
+Status mergePlan(const LinkPlan& plan, Assembly& out);
 
 } // namespace kvengine

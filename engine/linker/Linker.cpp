@@ -1,16 +1,30 @@
 #include "engine/linker/Linker.h"
 
 #include "engine/assembly/AssemblyIO.h"
+#include "engine/assembly/AssemblyPlaces.h"
 #include "engine/formats/TexelFormat.h"
 #include "platform/engine/LinkerInterface.h"
 
 #include <stdexcept>
+#include <string>
 
 namespace kvengine {
 
-int Linker::push(Assembly assembly) {
+namespace {
+
+// `missing` is what no pushed graph has: "this input", "input 7".
+Status unknown(const std::string& request, const std::string& missing) {
+    return {SubstanceStatus_UnknownUid, "linker: " + request + ": no pushed graph has " + missing};
+}
+
+} // namespace
+
+Status Linker::push(Assembly assembly) {
     if (assembly.graphs.size() > AssemblyLimits::maxGraphs - plan_.graphs.size())
-        return SubstanceStatus_LimitExceeded;
+        return {SubstanceStatus_LimitExceeded,
+                "linker: push: " + counted(assembly.graphs.size(), "more graph") + " after " +
+                    std::to_string(plan_.graphs.size()) + " would exceed the limit of " +
+                    std::to_string(AssemblyLimits::maxGraphs) + " pushed graphs"};
     const size_t graphsBefore = plan_.graphs.size();
     const size_t pushesBefore = plan_.assemblyUids.size();
     try {
@@ -25,73 +39,105 @@ int Linker::push(Assembly assembly) {
         plan_.assemblyUids.resize(pushesBefore);
         throw;
     }
-    return SubstanceStatus_Ok;
+    return {};
 }
 
-int Linker::setOutputFormat(uint32_t outputUid, int32_t format, uint32_t mipmaps) {
+Status Linker::setOutputFormat(uint32_t outputUid, int32_t format, uint32_t mipmaps) {
     EntityRef ref;
     if (!findOutput(outputUid, pushOrder(true), ref))
-        return SubstanceStatus_UnknownUid;
+        return unknown("output format of output " + std::to_string(outputUid), "this output");
     if (!findTexelFormat(format))
-        return SubstanceStatus_InvalidArgument;
+        return {SubstanceStatus_InvalidArgument, "linker: output format of " + describeOutput(ref) +
+                                                     ": pixel format " + std::to_string(format) +
+                                                     " is not one of the engine's texel formats"};
     GraphOutput& output = plan_.graphs[ref.first].outputs[ref.second];
     output.format = format;
     output.mipmaps = mipmaps;
-    return SubstanceStatus_Ok;
+    return {};
 }
 
-int Linker::connect(uint32_t inputUid, uint32_t outputUid) {
+Status Linker::connect(uint32_t inputUid, uint32_t outputUid) {
     EntityRef in;
     EntityRef out;
-    if (!findInput(inputUid, pushOrder(true), in) || !findOutput(outputUid, sourceOrder(in.first), out))
-        return SubstanceStatus_UnknownUid;
+    if (!findInput(inputUid, pushOrder(true), in))
+        return unknown("connection to input " + std::to_string(inputUid), "this input");
+    if (!findOutput(outputUid, sourceOrder(in.first), out))
+        return unknown("connection of output " + std::to_string(outputUid) + " to input " +
+                           std::to_string(inputUid),
+                       "this output");
     if (input(in).type != InputType::Image)
-        return SubstanceStatus_Incompatible;
-    if (plan_.fusedInto.count(in) != 0)
-        return SubstanceStatus_InvalidState; // its value already comes from another input
-    plan_.connected[in] = out;               // a later connection of the same input replaces the earlier one
-    return SubstanceStatus_Ok;
+        return {SubstanceStatus_Incompatible, "linker: connection to " + describeInput(in) + ": a " +
+                                                  inputTypeName(input(in).type) +
+                                                  " input cannot take an image; only image inputs connect"};
+    const auto fused = plan_.fusedInto.find(in);
+    if (fused != plan_.fusedInto.end()) // its value already comes from another input
+        return {SubstanceStatus_InvalidState, "linker: connection to " + describeInput(in) +
+                                                  ": the input is fused into " +
+                                                  describeInput(fused->second)};
+    plan_.connected[in] = out; // a later connection of the same input replaces the earlier one
+    return {};
 }
 
-int Linker::select(uint32_t selectionCode, uint32_t outputUid) {
+Status Linker::select(uint32_t selectionCode, uint32_t outputUid) {
     if (selectionCode != SubstanceLinkerSelect_Drop && selectionCode != SubstanceLinkerSelect_Keep)
-        return SubstanceStatus_InvalidArgument;
+        return {SubstanceStatus_InvalidArgument, "linker: selection of output " + std::to_string(outputUid) +
+                                                     ": code " + std::to_string(selectionCode) +
+                                                     " is neither 0 (drop) nor 1 (keep)"};
     EntityRef ref;
     if (!findOutput(outputUid, pushOrder(false), ref))
-        return SubstanceStatus_UnknownUid;
+        return unknown("selection of output " + std::to_string(outputUid), "this output");
     plan_.dropped[ref.first][ref.second] = selectionCode == SubstanceLinkerSelect_Drop;
-    return SubstanceStatus_Ok;
+    return {};
 }
 
-int Linker::fuse(uint32_t keptUid, uint32_t fusedUid) {
+Status Linker::fuse(uint32_t keptUid, uint32_t fusedUid) {
+    const std::string request =
+        "fusion of input " + std::to_string(fusedUid) + " into input " + std::to_string(keptUid);
     EntityRef kept;
     EntityRef fused;
-    if (!findInput(keptUid, pushOrder(false), kept) || !findInput(fusedUid, pushOrder(true), fused))
-        return SubstanceStatus_UnknownUid;
+    if (!findInput(keptUid, pushOrder(false), kept))
+        return unknown(request, "input " + std::to_string(keptUid));
+    if (!findInput(fusedUid, pushOrder(true), fused))
+        return unknown(request, "input " + std::to_string(fusedUid));
     if (kept == fused)
-        return SubstanceStatus_InvalidArgument;
+        return {SubstanceStatus_InvalidArgument, "linker: " + request + ": both are " + describeInput(kept)};
     if (input(kept).type != input(fused).type)
-        return SubstanceStatus_Incompatible;
+        return {SubstanceStatus_Incompatible, "linker: " + request + ": " + describeInput(fused) + " is a " +
+                                                  inputTypeName(input(fused).type) + " input, " +
+                                                  describeInput(kept) + " a " +
+                                                  inputTypeName(input(kept).type) + " one"};
     // No chains: the kept input must stay, the fused one must be free.
-    if (plan_.fusedInto.count(kept) != 0 || plan_.fusedInto.count(fused) != 0 ||
-        plan_.connected.count(fused) != 0 || keepsOthers(fused))
-        return SubstanceStatus_InvalidState;
+    std::string why;
+    if (plan_.fusedInto.count(kept) != 0)
+        why = "input " + std::to_string(keptUid) + " is itself fused into " +
+              describeInput(plan_.fusedInto.at(kept));
+    else if (plan_.fusedInto.count(fused) != 0)
+        why = "input " + std::to_string(fusedUid) + " is already fused into " +
+              describeInput(plan_.fusedInto.at(fused));
+    else if (plan_.connected.count(fused) != 0)
+        why = "input " + std::to_string(fusedUid) + " is fed by a connection";
+    else if (keepsOthers(fused))
+        why = "other inputs are fused into input " + std::to_string(fusedUid);
+    if (!why.empty())
+        return {SubstanceStatus_InvalidState, "linker: " + request + ": " + why};
     plan_.fusedInto[fused] = kept;
-    return SubstanceStatus_Ok;
+    return {};
 }
 
-int Linker::link(std::vector<char>& bytes) const {
+Status Linker::link(std::vector<char>& bytes) const {
     if (plan_.graphs.empty())
-        return SubstanceStatus_InvalidState;
+        return {SubstanceStatus_InvalidState, "linker: link: nothing has been pushed"};
     Assembly linked;
-    if (int status = mergePlan(plan_, linked))
+    if (Status status = mergePlan(plan_, linked); !status.ok())
         return status;
     try {
         bytes = writeAssembly(linked);
-    } catch (const std::invalid_argument&) {
-        return SubstanceStatus_LimitExceeded; // the merged graph outgrew one graph's limits
+    } catch (const std::invalid_argument& error) {
+        return {SubstanceStatus_LimitExceeded,
+                std::string("linker: link: the linked graph outgrows one graph's limits (") + error.what() +
+                    ")"};
     }
-    return SubstanceStatus_Ok;
+    return {};
 }
 
 bool Linker::keepsOthers(EntityRef ref) const {

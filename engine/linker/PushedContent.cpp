@@ -2,14 +2,13 @@
 
 #include "engine/assembly/AssemblyIO.h"
 #include "engine/package/Package.h"
-#include "platform/engine/EngineTypes.h"
 
 namespace kvengine {
 
-int unpackPushed(const char* data, size_t size, PushedContent& out) {
+Status unpackPushed(const char* data, size_t size, PushedContent& out) {
     if (looksLikePackage(data, size)) {
         PackageContents contents;
-        if (int status = readPackage(data, size, contents))
+        if (Status status = readPackage(data, size, contents); !status.ok())
             return status;
         out.fromPackage = true;
         out.description = std::move(contents.description);
@@ -21,7 +20,9 @@ int unpackPushed(const char* data, size_t size, PushedContent& out) {
         out.assemblyData = data;
         out.assemblySize = size;
     } else {
-        return SubstanceStatus_InvalidData;
+        return {SubstanceStatus_InvalidData, "linker: push: the " + std::to_string(size) +
+                                                 " bytes begin neither like a package (ZIP) nor like an "
+                                                 "assembly ('KVAS')"};
     }
     return readAssembly(out.assemblyData, out.assemblySize, out.assembly);
 }

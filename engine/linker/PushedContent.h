@@ -3,6 +3,7 @@
 #pragma once
 
 #include "engine/assembly/Assembly.h"
+#include "engine/status/Status.h"
 
 #include <cstddef>
 #include <string>
@@ -19,8 +20,8 @@ struct PushedContent {
     Assembly assembly; // parsed and validated
 };
 
-// Returns a SubstanceStatus; on failure `out` is unspecified. `data` must
-// outlive `out` when it is a bare assembly.
-int unpackPushed(const char* data, size_t size, PushedContent& out);
+// On failure `out` is unspecified and the reason is the package reader's or
+// the assembly reader's. `data` must outlive `out` when it is a bare assembly.
+Status unpackPushed(const char* data, size_t size, PushedContent& out);
 
 } // namespace kvengine

@@ -2,6 +2,8 @@
 // assembly (assembly.bin). Anyone can list it with `unzip -l`.
 #pragma once
 
+#include "engine/status/Status.h"
+
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -25,9 +27,9 @@ struct PackageLimits {
 bool looksLikePackage(const char* data, size_t size);
 
 // Reads a package defensively: entry names checked, inflated sizes counted
-// while inflating (declared sizes are never trusted). Returns a
-// SubstanceStatus; `out` is filled only on success.
-int readPackage(const char* data, size_t size, PackageContents& out);
+// while inflating (declared sizes are never trusted). A failure's reason
+// begins with "package: "; `out` is filled only on success.
+Status readPackage(const char* data, size_t size, PackageContents& out);
 
 // Builds a package in memory. Throws std::runtime_error on failure.
 std::vector<char> writePackage(const PackageContents& contents);

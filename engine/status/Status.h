@@ -2,7 +2,8 @@
 // when it is not Ok, the one-line reason naming what is wrong and where
 // ("assembly: graph 'pkg://x' node 3 ('blend'): image input 2 names node 9,
 // past the 5 nodes of the graph"). Each layer's entry point begins the reason
-// with its own name.
+// with its own name; the C interface hands the reason out beside the code
+// (engine/api/FailureReason.h).
 #pragma once
 
 #include "platform/engine/EngineTypes.h"

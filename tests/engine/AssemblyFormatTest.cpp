@@ -27,7 +27,7 @@ Assembly twoGraphAssembly() {
     return assembly;
 }
 
-int readBack(const Assembly& assembly) {
+Status readBack(const Assembly& assembly) {
     const std::vector<char> bytes = writeAssembly(assembly);
     Assembly out;
     return readAssembly(bytes.data(), bytes.size(), out);
@@ -87,7 +87,9 @@ TEST(AssemblyFormat, EveryTruncationAndTrailingByteIsRejected) {
     for (size_t size = 0; size < bytes.size(); ++size) {
         Assembly out;
         out.uid = 77;
-        EXPECT_NE(readAssembly(bytes.data(), size, out), SubstanceStatus_Ok) << "size " << size;
+        const Status status = readAssembly(bytes.data(), size, out);
+        EXPECT_NE(status, SubstanceStatus_Ok) << "size " << size;
+        EXPECT_EQ(status.reason().rfind("assembly: ", 0), 0u) << status;
         EXPECT_EQ(out.uid, 77u) << "output touched on failure";
     }
     std::vector<char> longer = bytes;
@@ -103,9 +105,11 @@ TEST(AssemblyFormat, FlippedBytesNeverCrash) {
             std::vector<char> damaged = bytes;
             damaged[offset] = static_cast<char>(damaged[offset] ^ pattern);
             Assembly out;
-            const int status = readAssembly(damaged.data(), damaged.size(), out);
+            const Status status = readAssembly(damaged.data(), damaged.size(), out);
             if (status == SubstanceStatus_Ok) { // a flipped value byte may still be a valid assembly
                 EXPECT_EQ(writeAssembly(out), damaged);
+            } else { // and every refusal says why
+                EXPECT_EQ(status.reason().rfind("assembly: ", 0), 0u) << status << " at offset " << offset;
             }
         }
     }

@@ -3,6 +3,7 @@
 // without hint, outputs by UID with a job value, start, hand-over and free.
 #include "EvaluatorFixtures.h"
 
+#include "engine/api/FailureReason.h"
 #include "engine/assembly/AssemblyIO.h"
 #include "platform/engine/EngineInterface.h"
 
@@ -332,8 +333,11 @@ TEST(EngineApiInit, MutatedAssembliesNeverCrash) {
         for (int flips = 1 + static_cast<int>(next() % 4); flips > 0; --flips)
             bytes[next() % bytes.size()] = static_cast<char>(next() >> 24);
         SubstanceHandle* handle = nullptr;
-        if (substanceHandleInit(&handle, context, bytes.data(), bytes.size(), nullptr) != SubstanceStatus_Ok)
+        kvengineClearFailure();
+        if (substanceHandleInit(&handle, context, bytes.data(), bytes.size(), nullptr) != SubstanceStatus_Ok) {
+            EXPECT_NE(kvengine::lastFailure(), "") << "a refusal without a reason, round " << round;
             continue;
+        }
         SubstanceDataDesc desc{};
         ASSERT_EQ(substanceHandleGetDesc(handle, &desc), SubstanceStatus_Ok);
         for (unsigned i = 0; i < desc.inputsCount; ++i) {
@@ -349,8 +353,11 @@ TEST(EngineApiInit, MutatedAssembliesNeverCrash) {
         deliveries.clear();
         ASSERT_EQ(substanceHandlePushOutputs(handle, 0, outputs.data(), desc.outputsCount, 0),
                   SubstanceStatus_Ok);
+        kvengineClearFailure();
         if (substanceHandleStart(handle, SubstanceStart_Synchronous) == SubstanceStatus_Ok)
             ++rendered;
+        else
+            EXPECT_NE(kvengine::lastFailure(), "") << "a refusal without a reason, round " << round;
         for (const Delivery& d : deliveries)
             substanceContextMemoryFree(context, d.texture.buffer);
         deliveries.clear();

@@ -16,12 +16,12 @@ namespace kvtest {
 
 using namespace kvengine;
 
-std::map<unsigned, Rendered> renderOutputs(Evaluator& evaluator, std::vector<unsigned> outputs, int* status) {
+std::map<unsigned, Rendered> renderOutputs(Evaluator& evaluator, std::vector<unsigned> outputs, Status* status) {
     if (outputs.empty())
         for (unsigned i = 0; i < evaluator.outputCount(); ++i)
             outputs.push_back(i);
     std::map<unsigned, Rendered> results;
-    const int queued =
+    const Status queued =
         evaluator.queueOutputs(outputs.data(), static_cast<unsigned>(outputs.size()), false, false, 0);
     EXPECT_EQ(queued, SubstanceStatus_Ok);
     auto allocate = [](size_t bytes) { return std::malloc(bytes); };
@@ -36,9 +36,9 @@ std::map<unsigned, Rendered> renderOutputs(Evaluator& evaluator, std::vector<uns
                          bytes + textureBytes(texelFormat(out.format), out.width, out.height, out.levels));
         std::free(texture.buffer);
     };
-    const int rendered = evaluator.render(allocate, deliver);
+    Status rendered = evaluator.render(allocate, deliver);
     if (status)
-        *status = rendered;
+        *status = std::move(rendered);
     return results;
 }
 
@@ -46,11 +46,11 @@ std::map<unsigned, Rendered> renderAssembly(const Assembly& assembly, unsigned t
     EvaluatorOptions options;
     options.threadCount = threads;
     std::unique_ptr<Evaluator> evaluator;
-    const int created = Evaluator::create(assembly, options, evaluator);
+    const Status created = Evaluator::create(assembly, options, evaluator);
     EXPECT_EQ(created, SubstanceStatus_Ok);
     if (created != SubstanceStatus_Ok)
         return {};
-    int status = 0;
+    Status status;
     auto results = renderOutputs(*evaluator, {}, &status);
     EXPECT_EQ(status, SubstanceStatus_Ok);
     return results;

@@ -28,7 +28,7 @@ struct Rendered {
 // Renders the given outputs (all when empty) and returns them by engine index.
 // status receives the render's status.
 std::map<unsigned, Rendered> renderOutputs(kvengine::Evaluator& evaluator, std::vector<unsigned> outputs = {},
-                                           int* status = nullptr);
+                                           kvengine::Status* status = nullptr);
 // Creates an evaluator (asserting success) and renders every output.
 std::map<unsigned, Rendered> renderAssembly(const kvengine::Assembly& assembly, unsigned threads = 1);
 

@@ -105,7 +105,7 @@ TEST(EvaluatorResolution, SidesBeyond8192AreRejectedBeforeRendering) {
         b.addOutput("out", b.addNode("color.uniform"));
         std::unique_ptr<Evaluator> evaluator;
         ASSERT_EQ(Evaluator::create(b.assembly(), {}, evaluator), SubstanceStatus_Ok);
-        int status = 0;
+        Status status;
         EXPECT_TRUE(kvtest::renderOutputs(*evaluator, {}, &status).empty());
         EXPECT_EQ(status, SubstanceStatus_LimitExceeded);
     }
@@ -233,9 +233,9 @@ TEST(EvaluatorMipmaps, ChainSizesAndBoxFilter) {
     EXPECT_EQ(results[1].bytes.size(), 64u * 64 + 32 * 32 + 16 * 16);
 }
 
-int createStatus(const Assembly& assembly) {
+Status createStatus(const Assembly& assembly) {
     std::unique_ptr<Evaluator> evaluator;
-    const int status = Evaluator::create(assembly, {}, evaluator);
+    Status status = Evaluator::create(assembly, {}, evaluator);
     EXPECT_EQ(status == SubstanceStatus_Ok, evaluator != nullptr);
     return status;
 }
@@ -305,7 +305,7 @@ TEST(EvaluatorHostile, MemoryAndWorkLimitsAreCheckedBeforeAllocating) {
     options.limits.maxIntermediateBytes = size_t(1) << 30;
     std::unique_ptr<Evaluator> evaluator;
     ASSERT_EQ(Evaluator::create(b.assembly(), options, evaluator), SubstanceStatus_Ok);
-    int status = 0;
+    Status status;
     EXPECT_TRUE(kvtest::renderOutputs(*evaluator, {}, &status).empty());
     EXPECT_EQ(status, SubstanceStatus_LimitExceeded);
 

@@ -31,7 +31,7 @@ std::string assemblyText() {
     return std::string(bytes.begin(), bytes.end());
 }
 
-int read(const std::vector<char>& bytes) {
+Status read(const std::vector<char>& bytes) {
     PackageContents out;
     return readPackage(bytes.data(), bytes.size(), out);
 }
@@ -140,6 +140,9 @@ TEST(Package, RejectsCorruptData) {
         std::vector<char> damaged = bytes;
         damaged[offset] = static_cast<char>(damaged[offset] ^ 0x5A);
         PackageContents out;
-        readPackage(damaged.data(), damaged.size(), out); // any status, never a crash
+        const Status status = readPackage(damaged.data(), damaged.size(), out); // any status, never a crash
+        if (!status.ok()) {                                                     // and every refusal says why
+            EXPECT_EQ(status.reason().rfind("package: ", 0), 0u) << status << " at offset " << offset;
+        }
     }
 }

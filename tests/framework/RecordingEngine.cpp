@@ -207,8 +207,10 @@ int substanceContextMemoryFree(SubstanceContext* context, void* buffer) {
 int substanceHandleInit(SubstanceHandle** handle, SubstanceContext* context, const void* assemblyData,
                         size_t assemblySize, const SubstanceHardResources*) {
     kvengine::Assembly assembly;
-    if (int status = kvengine::readAssembly(static_cast<const char*>(assemblyData), assemblySize, assembly)) {
-        return status;
+    const kvengine::Status read =
+        kvengine::readAssembly(static_cast<const char*>(assemblyData), assemblySize, assembly);
+    if (!read.ok()) {
+        return read.code();
     }
     SubstanceHandle_* created = new SubstanceHandle_;
     created->context = context;

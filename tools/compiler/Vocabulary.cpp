@@ -9,18 +9,6 @@ namespace kvcompiler {
 
 namespace {
 
-struct TypeName {
-    const char* name;
-    kvengine::InputType type;
-};
-constexpr TypeName kTypes[] = {
-    {"float", kvengine::InputType::Float},   {"float2", kvengine::InputType::Float2},
-    {"float3", kvengine::InputType::Float3}, {"float4", kvengine::InputType::Float4},
-    {"int", kvengine::InputType::Integer},   {"int2", kvengine::InputType::Integer2},
-    {"int3", kvengine::InputType::Integer3}, {"int4", kvengine::InputType::Integer4},
-    {"image", kvengine::InputType::Image},
-};
-
 // The order is the channel-usage index that readers store.
 constexpr const char* kChannelUsages[] = {
     "diffuse",          "opacity",      "emissive",    "ambient",
@@ -36,22 +24,6 @@ static_assert(std::size(kChannelUsages) == 26, "26 channel usages");
 constexpr const char* kWidgets[] = {"slider", "angle", "togglebutton", "color", "image", "combobox", "none"};
 
 } // namespace
-
-bool inputTypeFromName(const std::string& name, kvengine::InputType& type) {
-    for (const TypeName& t : kTypes)
-        if (name == t.name) {
-            type = t.type;
-            return true;
-        }
-    return false;
-}
-
-const char* inputTypeName(kvengine::InputType type) {
-    for (const TypeName& t : kTypes)
-        if (t.type == type)
-            return t.name;
-    return "?";
-}
 
 bool formatFromName(const std::string& name, int& format) {
     const kvengine::TexelFormat* found = kvengine::findTexelFormatNamed(name);

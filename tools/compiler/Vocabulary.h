@@ -1,5 +1,6 @@
 // Names the source uses for types, formats, widgets and channel usages, and
-// the codes the description and the assembly store for them.
+// the codes the description and the assembly store for them. Type and format
+// names are the engine's own.
 #pragma once
 
 #include "engine/assembly/Assembly.h"
@@ -8,9 +9,9 @@
 
 namespace kvcompiler {
 
-// "float", "float2".."float4", "int", "int2".."int4", "image"; false when unknown.
-bool inputTypeFromName(const std::string& name, kvengine::InputType& type);
-const char* inputTypeName(kvengine::InputType type);
+// Input type names: "float", "float2".."float4", "int", "int2".."int4", "image".
+using kvengine::inputTypeFromName;
+using kvengine::inputTypeName;
 
 // "rgba8", "srgba8", "l16", "rgba32f", ... (engine/formats/TexelFormat.h); false when unknown.
 bool formatFromName(const std::string& name, int& format);
