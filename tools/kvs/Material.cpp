@@ -3,6 +3,7 @@
 #include "tools/kvs/Cli.h"
 
 #include "bridge/SubstanceBridge.h"
+#include "engine/api/FailureReason.h"
 #include "framework/render/PackageStackDesc.h"
 
 #include <cctype>
@@ -73,10 +74,13 @@ std::unique_ptr<SubstanceAir::PackageDesc> Material::load(const std::string& pat
     const std::vector<char> bytes = readInputFile(path, kMaxPackageBytes);
     mInputFiles.push_back(path);
     const SubstanceAir::OutputFormatOptions options = {SubstanceAir::AllFormatClasses, 0};
+    kvengineClearFailure();
     std::unique_ptr<SubstanceAir::PackageDesc> package(
         new SubstanceAir::PackageDesc(bytes.data(), bytes.size(), &options));
     if (!package->loadProblem().empty()) {
-        throw Failure(path + ": " + package->loadProblem());
+        // The linker's reason says more than the framework's summary of it.
+        const std::string reason = kvengine::lastFailure();
+        throw Failure(path + ": " + (reason.empty() ? package->loadProblem() : "not a package: " + reason));
     }
     return package;
 }

@@ -4,6 +4,7 @@
 #include "tools/kvs/ImageWriter.h"
 #include "tools/kvs/TextureConversion.h"
 
+#include "engine/api/FailureReason.h"
 #include "framework/render/RenderQueue.h"
 
 #include <algorithm>
@@ -13,14 +14,6 @@
 namespace kvs {
 
 namespace {
-
-bool isFloatFormat(int format) {
-    return (format & 1) != 0 && format != SubstancePixelFormat_Flag;
-}
-
-bool isSixteenBit(int format) {
-    return format >= SubstancePixelFormat_RGBA16 && format <= SubstancePixelFormat_L16 && (format & 3) == 0;
-}
 
 bool wanted(const OutputRequest& request, const std::string& identifier) {
     return request.outputs.empty() ||
@@ -37,26 +30,25 @@ void refuseToOverwriteInputs(const Material& material, const std::string& path) 
     }
 }
 
+// Writes level `level` of an output's texture.
 WrittenFile write(const Material& material, const OutputRequest& request, const std::string& identifier,
-                  const SubstanceTexture& texture) {
-    FloatImage image;
-    std::string error;
-    if (!textureToImage(texture, image, error)) {
-        throw Failure("output " + identifier + ": " + error);
-    }
-    const std::string depth = !request.depth.empty()               ? request.depth
-                              : isFloatFormat(texture.pixelFormat) ? "float"
-                              : isSixteenBit(texture.pixelFormat)  ? "16"
-                                                                   : "8";
+                  const SubstanceTexture& texture, int level) {
+    const FloatImage image = textureLevelImage(texture, level);
+    const std::string depth = !request.depth.empty()                    ? request.depth
+                              : isFloatFormat(texture.pixelFormat)      ? "float"
+                              : isSixteenBitFormat(texture.pixelFormat) ? "16"
+                                                                        : "8";
     WrittenFile file;
     file.output = identifier;
     file.width = image.width;
     file.height = image.height;
+    file.level = level;
     file.renderedAs = pixelFormatName(texture.pixelFormat);
     file.path = (request.outdir == "." ? "" : request.outdir + "/") + material.fileStem() +
                 (request.variation.empty() ? "" : "_" + request.variation) + "_" + graphFileName(identifier) +
-                (depth == "float" ? ".exr" : ".png");
+                (level == 0 ? "" : "_mip" + std::to_string(level)) + (depth == "float" ? ".exr" : ".png");
     refuseToOverwriteInputs(material, file.path);
+    std::string error;
     const bool written = depth == "float" ? writeExr(file.path, image, error)
                                           : writePng(file.path, image, std::stoi(depth), error);
     if (!written) {
@@ -97,6 +89,7 @@ std::vector<WrittenFile> renderAndWrite(Material& material, const OutputRequest&
             // nothing stale may be taken for this render
         }
     }
+    kvengineClearFailure(); // what the render refuses is told below
     {
         SubstanceAir::RenderQueue queue;
         queue.push(graph);
@@ -117,9 +110,14 @@ std::vector<WrittenFile> renderAndWrite(Material& material, const OutputRequest&
         const std::string& identifier = output->getDesc().identifier;
         const std::unique_ptr<SubstanceAir::RenderResult> result = output->grabResult();
         if (!result) {
-            throw Failure("output " + identifier + " was not rendered");
+            const std::string reason = kvengine::lastFailure();
+            throw Failure("output " + identifier + " was not rendered" +
+                          (reason.empty() ? "" : ": " + reason));
         }
-        written.push_back(write(material, request, identifier, result->getTexture()));
+        const int levels = request.mips ? std::max<int>(1, result->getTexture().mipmapCount) : 1;
+        for (int level = 0; level < levels; ++level) {
+            written.push_back(write(material, request, identifier, result->getTexture(), level));
+        }
     }
     return written;
 }

@@ -1,5 +1,5 @@
-// Reads the full-size level of an engine texture into float texels,
-// whatever its pixel format.
+// Engine textures as float images for the image writers, read with the
+// engine's own format table and decoder.
 #pragma once
 
 #include "tools/kvs/ImageWriter.h"
@@ -10,10 +10,18 @@
 
 namespace kvs {
 
-// False with a one-line `error` for an unknown format or an empty buffer.
-bool textureToImage(const SubstanceTexture& texture, FloatImage& image, std::string& error);
+// Level `level` of the texture: its own colour channels (1, 3 or 4; the
+// padding of x formats dropped). A Failure naming what is wrong otherwise.
+FloatImage textureLevelImage(const SubstanceTexture& texture, int level);
+// Level 0, as above.
+inline FloatImage textureImage(const SubstanceTexture& texture) {
+    return textureLevelImage(texture, 0);
+}
 
 // "8-bit RGBA", "16-bit gray", "half-float RGB", ...
 std::string pixelFormatName(int format);
+// Whether the format holds floats, and whether 16-bit unsigned channels.
+bool isFloatFormat(int format);
+bool isSixteenBitFormat(int format);
 
 } // namespace kvs

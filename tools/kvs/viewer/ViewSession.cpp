@@ -114,9 +114,10 @@ std::string valueText(kvSubstance::SubstanceInput& input, const json& value) {
 // Any output format as 8-bit RGBA: grey spreads to the colour channels, opaque without alpha.
 OutputImage toRgba(const SubstanceTexture& texture) {
     FloatImage image;
-    std::string error;
-    if (!textureToImage(texture, image, error)) {
-        throw RequestError(500, error);
+    try {
+        image = textureImage(texture);
+    } catch (const Failure& e) {
+        throw RequestError(500, e.what());
     }
     OutputImage out;
     out.width = image.width;
