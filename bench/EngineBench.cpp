@@ -6,7 +6,7 @@
 #include "engine/assembly/AssemblyIO.h"
 #include "engine/nodes/NodeCatalog.h"
 #include "platform/engine/EngineInterface.h"
-#include "platform/engine/LinkerInterface.h"
+#include "platform/engine/LinkerSession.h"
 
 #include <benchmark/benchmark.h>
 
@@ -33,21 +33,10 @@ std::vector<char> linkedSample() {
     if (!file)
         return {};
     const std::vector<char> package{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    SubstanceLinkerContext* context = nullptr;
-    SubstanceLinkerHandle* handle = nullptr;
+    kv::LinkerSession session;
     std::vector<char> linked;
-    if (substanceLinkerContextInit(&context, SubstanceApiVersion, SubstanceCpuEngineId) == 0 &&
-        substanceLinkerHandleInit(&handle, context) == 0 &&
-        substanceLinkerHandlePushAssemblyMemory(handle, package.data(), package.size()) == 0) {
-        const char* data = nullptr;
-        size_t size = 0;
-        if (substanceLinkerHandleLink(handle, &data, &size) == 0)
-            linked.assign(data, data + size);
-    }
-    if (handle)
-        substanceLinkerHandleRelease(handle);
-    if (context)
-        substanceLinkerContextRelease(context);
+    if (session.status() != 0 || session.push(package) != 0 || session.link(linked) != 0)
+        linked.clear();
     return linked;
 }
 
