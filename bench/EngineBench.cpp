@@ -1,18 +1,16 @@
 // Engine throughput through the C interface, reported as megapixels per
-// second of output texels: the stone tiles material (the built sample package
-// when present, else its in-memory equivalent) and one 8-octave fBm node.
-#include "StoneTilesAssembly.h"
+// second of output texels: the stone tiles material, compiled from its
+// package source, and one 8-octave fBm node.
+#include "AssemblyBuilder.h"
 
 #include "engine/assembly/AssemblyIO.h"
-#include "engine/nodes/NodeCatalog.h"
 #include "platform/engine/EngineInterface.h"
 #include "platform/engine/LinkerSession.h"
+#include "tools/compiler/CompileError.h"
+#include "tools/compiler/PackageCompiler.h"
 
 #include <benchmark/benchmark.h>
 
-#include <fstream>
-#include <iterator>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -27,56 +25,34 @@ void freeOnCompletion(SubstanceHandle* handle, unsigned int index, size_t) {
         substanceContextMemoryFree(context, texture.buffer);
 }
 
-// The sample package linked into an assembly, or empty when it was not built.
-std::vector<char> linkedSample() {
-    std::ifstream file(KV_BINARY_DIR "/samples/stone_tiles.mpk", std::ios::binary);
-    if (!file)
-        return {};
-    const std::vector<char> package{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    kv::LinkerSession session;
-    std::vector<char> linked;
-    if (session.status() != 0 || session.push(package) != 0 || session.link(linked) != 0)
-        linked.clear();
-    return linked;
-}
-
-const std::vector<char>& stoneTiles(bool& fromSample) {
-    static bool sample = false;
-    static const std::vector<char> bytes = [] {
-        std::vector<char> linked = linkedSample();
-        sample = !linked.empty();
-        return sample ? linked : kvengine::writeAssembly(kvbench::stoneTilesAssembly());
+// The stone tiles sample, compiled from samples/stone_tiles.json and linked
+// once; empty, with the reason in error, when either step fails.
+const std::vector<char>& stoneTiles(std::string& error) {
+    static std::string failure;
+    static const std::vector<char> assembly = [] {
+        std::vector<char> linked;
+        try {
+            const auto package = kvcompiler::compilePackageFile(KV_SOURCE_DIR "/samples/stone_tiles.json");
+            kv::LinkerSession session;
+            if (session.status() != 0 || session.push(package.bytes) != 0 || session.link(linked) != 0) {
+                linked.clear();
+                failure = "the linker refused samples/stone_tiles.json";
+            }
+        } catch (const kvcompiler::CompileError& e) {
+            failure = e.what();
+        }
+        return linked;
     }();
-    fromSample = sample;
-    return bytes;
+    error = failure;
+    return assembly;
 }
 
 std::vector<char> fbmAssembly() {
-    using namespace kvengine;
-    Graph graph;
-    GraphInput size;
-    size.uid = 1;
-    size.identifier = "$outputsize";
-    size.type = InputType::Integer2;
-    graph.inputs.push_back(size);
-    Node node;
-    node.op = "noise.fbm";
-    const NodeKindInfo& kind = *findNodeKind("noise.fbm");
-    node.params.resize(kind.params.size());
-    Instruction octaves;
-    octaves.value.f = {8, 8, 8, 8};
-    node.params[static_cast<size_t>(findParam(kind, "octaves"))].code = {octaves};
-    graph.nodes.push_back(node);
-    GraphOutput output;
-    output.uid = 2;
-    output.identifier = "noise";
-    output.format = SubstancePixelFormat_L8;
-    output.mipmaps = 1;
-    graph.outputs.push_back(output);
-    Assembly assembly;
-    assembly.uid = 3;
-    assembly.graphs.push_back(graph);
-    return writeAssembly(assembly);
+    kvtest::GraphBuilder b("pkg://bench/fbm", 1);
+    b.addInput("$outputsize", kvengine::InputType::Integer2);
+    b.addOutput("noise", b.addNode("noise.fbm", {{"octaves", kvtest::constantExpr(8)}}),
+                SubstancePixelFormat_L8);
+    return kvengine::writeAssembly(b.assembly(3));
 }
 
 // Pushes the input named identifier, when the handle has it; returns whether it did.
@@ -145,9 +121,12 @@ void renderAll(benchmark::State& state, const std::vector<char>& assembly) {
 }
 
 void StoneTiles(benchmark::State& state) {
-    bool fromSample = false;
-    const std::vector<char>& assembly = stoneTiles(fromSample);
-    state.SetLabel(fromSample ? "sample package" : "in-memory equivalent");
+    std::string error;
+    const std::vector<char>& assembly = stoneTiles(error);
+    if (assembly.empty()) {
+        state.SkipWithError(error.c_str());
+        return;
+    }
     renderAll(state, assembly);
 }
 BENCHMARK(StoneTiles)->Arg(10)->Arg(11)->Unit(benchmark::kMillisecond)->UseRealTime();
@@ -155,8 +134,12 @@ BENCHMARK(StoneTiles)->Arg(10)->Arg(11)->Unit(benchmark::kMillisecond)->UseRealT
 // Tweaking one input of a loaded material: only the nodes downstream of it
 // are computed again, the rest comes from the engine's cache.
 void StoneTilesTweak(benchmark::State& state) {
-    bool fromSample = false;
-    const std::vector<char>& assembly = stoneTiles(fromSample);
+    std::string error;
+    const std::vector<char>& assembly = stoneTiles(error);
+    if (assembly.empty()) {
+        state.SkipWithError(error.c_str());
+        return;
+    }
     const int log2 = static_cast<int>(state.range(0));
     SubstanceContext* context = nullptr;
     SubstanceHandle* handle = nullptr;
@@ -182,7 +165,6 @@ void StoneTilesTweak(benchmark::State& state) {
     }
     substanceHandleRelease(handle);
     substanceContextRelease(context);
-    state.SetLabel(fromSample ? "sample package" : "in-memory equivalent");
     const double pixels = static_cast<double>(1 << log2) * static_cast<double>(1 << log2);
     state.counters["MPix/s"] = benchmark::Counter(pixels * 1e-6 * static_cast<double>(state.iterations()),
                                                   benchmark::Counter::kIsRate);
