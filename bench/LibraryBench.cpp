@@ -237,29 +237,12 @@ private:
     const char* failure_ = nullptr;
 };
 
-// One tweak per iteration on the rig of this benchmark; stops at the first failure.
+// One tweak per iteration on the rig of this benchmark; stops at the first
+// failure. With onNewThread each tweak runs on a thread started and joined
+// for the call, as the library makes its renders: what that design costs,
+// apart from the library's own work.
 template <typename Rig>
-void timeTweaks(benchmark::State& state, bool fresh) {
-    Rig& rig = rigFor<Rig>(fresh, static_cast<int>(state.range(0)));
-    if (rig.failure()) {
-        state.SkipWithError(rig.failure());
-        return;
-    }
-    const FaultCounter faults;
-    for (auto _ : state) {
-        if (const char* failure = rig.tweak()) {
-            state.SkipWithError(failure);
-            break;
-        }
-    }
-    faults.report(state);
-}
-
-// The engine's tweak made on a thread started and joined for the call, as
-// the library makes its renders: what that design costs, apart from the
-// library's own work.
-template <typename Rig>
-void timeTweaksOnNewThreads(benchmark::State& state, bool fresh) {
+void timeTweaks(benchmark::State& state, bool fresh, bool onNewThread = false) {
     Rig& rig = rigFor<Rig>(fresh, static_cast<int>(state.range(0)));
     if (rig.failure()) {
         state.SkipWithError(rig.failure());
@@ -268,8 +251,12 @@ void timeTweaksOnNewThreads(benchmark::State& state, bool fresh) {
     const FaultCounter faults;
     for (auto _ : state) {
         const char* failure = nullptr;
-        std::thread render([&] { failure = rig.tweak(); });
-        render.join();
+        if (onNewThread) {
+            std::thread render([&] { failure = rig.tweak(); });
+            render.join();
+        } else {
+            failure = rig.tweak();
+        }
         if (failure) {
             state.SkipWithError(failure);
             break;
@@ -291,10 +278,10 @@ void EngineTweakNewValue(benchmark::State& state) {
     timeTweaks<EngineRig>(state, true);
 }
 void EngineTweakOnNewThread(benchmark::State& state) {
-    timeTweaksOnNewThreads<EngineRig>(state, false);
+    timeTweaks<EngineRig>(state, false, true);
 }
 void EngineTweakNewValueOnNewThread(benchmark::State& state) {
-    timeTweaksOnNewThreads<EngineRig>(state, true);
+    timeTweaks<EngineRig>(state, true, true);
 }
 // A fixed count, so that the library and the engine go through the same values.
 constexpr int kTweaks = 40;
