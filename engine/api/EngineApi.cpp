@@ -17,24 +17,26 @@
 #include <mutex>
 #include <new>
 #include <string>
-#include <unordered_set>
+#include <unordered_map>
 #include <vector>
 
 struct SubstanceContext_ {
     std::atomic<SubstanceCallbackOutputCompleted> onOutputCompleted{nullptr};
     std::atomic<unsigned> liveHandles{0};
     std::mutex buffersMutex;
-    std::unordered_set<void*> buffers; // handed out and not yet freed
+    std::unordered_map<void*, size_t> buffers; // handed out and not yet freed, with their sizes
 
+    // Texture buffers come from the recycled pixel memory, so a host that
+    // frees each texture before the next render gets warm pages back.
     void* allocate(size_t bytes) {
-        void* buffer = kvengine::allocatePixelMemory(bytes);
+        void* buffer = kvengine::acquirePixels(bytes);
         if (!buffer)
             return nullptr;
         std::lock_guard<std::mutex> lock(buffersMutex);
         try {
-            buffers.insert(buffer);
+            buffers.emplace(buffer, bytes);
         } catch (...) {
-            std::free(buffer);
+            kvengine::releasePixels(buffer, bytes);
             return nullptr;
         }
         return buffer;
@@ -42,15 +44,17 @@ struct SubstanceContext_ {
 
     bool release(void* buffer) {
         std::lock_guard<std::mutex> lock(buffersMutex);
-        if (buffers.erase(buffer) == 0)
+        auto it = buffers.find(buffer);
+        if (it == buffers.end())
             return false;
-        std::free(buffer);
+        kvengine::releasePixels(buffer, it->second);
+        buffers.erase(it);
         return true;
     }
 
     ~SubstanceContext_() {
-        for (void* buffer : buffers)
-            std::free(buffer);
+        for (const auto& [buffer, bytes] : buffers)
+            kvengine::releasePixels(buffer, bytes);
     }
 };
 

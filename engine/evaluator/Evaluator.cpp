@@ -2,7 +2,6 @@
 
 #include "engine/assembly/AssemblyPlaces.h"
 #include "engine/assembly/AssemblyValidation.h"
-#include "engine/evaluator/BufferPool.h"
 #include "engine/evaluator/GraphRender.h"
 #include "engine/evaluator/GraphState.h"
 #include "engine/evaluator/ImageCache.h"
@@ -155,13 +154,12 @@ struct Evaluator::Impl {
     std::vector<Location> outputs; // by engine index
     std::vector<QueuedOutput> queue;
     uint64_t imageVersion = 0;
-    BufferPool buffers; // before the cache: cached images return their buffers here
     ImageCache cache;
     ThreadPool pool;
 
     Impl(Assembly a, const EvaluatorOptions& options)
-        : assembly(std::move(a)), limits(withDefaults(options.limits)), buffers(options.limits.poolBytes),
-          cache(options.limits.cacheBytes), pool(options.threadCount) {}
+        : assembly(std::move(a)), limits(withDefaults(options.limits)), cache(options.limits.cacheBytes),
+          pool(options.threadCount) {}
 
     Status findOutput(unsigned id, bool byUid, unsigned& index) const {
         if (!byUid) {
@@ -193,6 +191,7 @@ Status Evaluator::create(Assembly assembly, const EvaluatorOptions& options,
     impl->graphs.resize(graphs.size());
     for (uint32_t g = 0; g < graphs.size(); ++g) {
         impl->graphs[g].graph = &graphs[g];
+        impl->graphs[g].index = g;
         if (Status status = checkGraph(graphs[g], impl->graphs[g]); !status.ok())
             return status;
         for (uint32_t i = 0; i < graphs[g].inputs.size(); ++i)
@@ -297,7 +296,6 @@ Status Evaluator::render(const Allocate& allocate, const Deliver& deliver) {
     RenderContext context;
     context.parallel = &impl_->pool;
     context.cache = &impl_->cache;
-    context.buffers = &impl_->buffers;
     context.limits = &impl_->limits;
     context.allocate = &allocate;
     context.deliver = &deliver;

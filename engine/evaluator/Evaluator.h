@@ -26,8 +26,9 @@ struct EvaluatorLimits {
     // Peak of live images, scratch and output textures; 0: half the physical memory, at least 1 GiB.
     size_t maxIntermediateBytes = 0;
     uint64_t maxNodePixels = uint64_t(1) << 34; // sum of pixels over the nodes one render computes
-    size_t cacheBytes = size_t(512) << 20;      // results kept between renders
-    size_t poolBytes = size_t(512) << 20;       // free image buffers kept for reuse
+    // Results kept between renders: an eighth more than one complete render
+    // of every graph, never more than this.
+    size_t cacheBytes = size_t(512) << 20;
 };
 
 struct EvaluatorOptions {

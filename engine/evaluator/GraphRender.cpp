@@ -90,6 +90,7 @@ public:
         if (Status status = resolveSize(); !status.ok())
             return status;
         order_ = dependencyOrder(graph_, requests_);
+        planChannels();
         planNodes();
         if (Status status = checkLimits(); !status.ok())
             return status;
@@ -138,7 +139,29 @@ private:
         return {code, "engine: " + graphPlace(graph_) + ": " + what};
     }
 
-    // Parameters, cache keys, which nodes to compute and their channel counts.
+    // The channel count of every node any output needs, and what one complete
+    // render of the graph holds at this size: the cache keeps that much.
+    void planChannels() {
+        std::vector<OutputRequest> everyOutput(graph_.outputs.size());
+        for (uint32_t i = 0; i < everyOutput.size(); ++i)
+            everyOutput[i].output = i;
+        channels_.assign(graph_.nodes.size(), 0);
+        size_t complete = 0;
+        for (uint32_t node : dependencyOrder(graph_, everyOutput)) {
+            const Node& record = graph_.nodes[node];
+            const NodeKind& kind = *state_.kinds[node];
+            std::vector<int> inputChannels(kind.info.imageInputs.size(), 0);
+            for (size_t slot = 0; slot < inputChannels.size(); ++slot)
+                if (isConnected(record, slot))
+                    inputChannels[slot] = channels_[static_cast<size_t>(record.imageInputs[slot])];
+            const Image* image = graphImageOf(state_, record, kind);
+            channels_[node] = outputChannels(kind.info, inputChannels, image ? image->channels() : 0);
+            complete += Image::bytesFor(width_, height_, channels_[node]);
+        }
+        context_.cache->setWorkingSet(state_.index, complete);
+    }
+
+    // Parameters, cache keys and which nodes to compute.
     void planNodes() {
         for (uint32_t node : order_) {
             const Node& record = graph_.nodes[node];
@@ -159,7 +182,8 @@ private:
                 key.value(value.i);
             key.value(width_);
             key.value(height_);
-            key.value(seed_);
+            if (kind.info.readsSeed)
+                key.value(seed_);
             for (int32_t source : record.imageInputs)
                 key.value(source >= 0 ? plans_[static_cast<size_t>(source)].key : uint64_t(0));
             if (kind.info.readsGraphInput())
@@ -182,21 +206,8 @@ private:
                     ++plans_[static_cast<size_t>(source)].uses;
                 }
         }
-        for (uint32_t node : order_) {
-            NodePlan& plan = plans_[node];
-            if (plan.result) {
-                plan.channels = plan.result->channels();
-            } else if (plan.compute) {
-                const NodeKind& kind = *state_.kinds[node];
-                std::vector<int> inputChannels(kind.info.imageInputs.size(), 0);
-                const Node& record = graph_.nodes[node];
-                for (size_t slot = 0; slot < inputChannels.size() && slot < record.imageInputs.size(); ++slot)
-                    if (record.imageInputs[slot] >= 0)
-                        inputChannels[slot] = plans_[static_cast<size_t>(record.imageInputs[slot])].channels;
-                const Image* image = graphImageOf(state_, record, kind);
-                plan.channels = outputChannels(kind.info, inputChannels, image ? image->channels() : 0);
-            }
-        }
+        for (uint32_t node : order_)
+            plans_[node].channels = channels_[node];
     }
 
     // Replays the evaluation's allocations to find its peak before any is made.
@@ -265,10 +276,12 @@ private:
             run.inputs.push_back(isConnected(record, slot)
                                      ? plans_[static_cast<size_t>(record.imageInputs[slot])].result.get()
                                      : &constantImage(kind.info.imageInputs[slot].unconnected));
-        std::shared_ptr<Image> image = context_.buffers->make(width_, height_, plan.channels);
+        const uint64_t slot = uint64_t(state_.index) << 32 | node;
+        context_.cache->makeRoom(slot, Image::bytesFor(width_, height_, plan.channels));
+        auto image = std::make_shared<Image>(width_, height_, plan.channels);
         kind.evaluate(run, *image);
         plan.result = std::move(image);
-        context_.cache->insert(plan.key, plan.result);
+        context_.cache->insert(plan.key, slot, plan.result);
         for (int32_t source : record.imageInputs)
             if (source >= 0 && --plans_[static_cast<size_t>(source)].uses == 0)
                 plans_[static_cast<size_t>(source)].result.reset();
@@ -292,7 +305,7 @@ private:
     const Image& constantImage(float level) {
         std::shared_ptr<const Image>& image = constants_[level];
         if (!image) {
-            std::shared_ptr<Image> made = context_.buffers->make(width_, height_, 1);
+            auto made = std::make_shared<Image>(width_, height_, 1);
             float* pixels = made->plane(0);
             const size_t width = static_cast<size_t>(width_);
             context_.parallel->run(height_, [&](int y0, int y1) {
@@ -337,6 +350,7 @@ private:
     const RenderContext& context_;
     std::vector<NodePlan> plans_;
     std::vector<uint32_t> order_;
+    std::vector<int> channels_; // per node, for the nodes some output needs
     std::map<float, std::shared_ptr<const Image>> constants_;
     int width_ = 0;
     int height_ = 0;

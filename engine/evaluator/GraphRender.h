@@ -3,7 +3,6 @@
 // dependency order with each output delivered as soon as its node is done.
 #pragma once
 
-#include "engine/evaluator/BufferPool.h"
 #include "engine/evaluator/Evaluator.h"
 #include "engine/evaluator/GraphState.h"
 #include "engine/evaluator/ImageCache.h"
@@ -22,7 +21,6 @@ struct OutputRequest {
 struct RenderContext {
     const Parallel* parallel = nullptr;
     ImageCache* cache = nullptr;
-    BufferPool* buffers = nullptr;
     const EvaluatorLimits* limits = nullptr;
     const Evaluator::Allocate* allocate = nullptr;
     const Evaluator::Deliver* deliver = nullptr;

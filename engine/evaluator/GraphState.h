@@ -14,6 +14,7 @@ namespace kvengine {
 
 struct GraphState {
     const Graph* graph = nullptr;
+    uint32_t index = 0;                               // in the assembly
     std::vector<const NodeKind*> kinds;               // per node
     std::vector<Value4> values;                       // current value per input
     std::vector<std::shared_ptr<const Image>> images; // per image input, null when unset

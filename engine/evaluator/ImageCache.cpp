@@ -1,6 +1,19 @@
 #include "engine/evaluator/ImageCache.h"
 
+#include <algorithm>
+
 namespace kvengine {
+
+void ImageCache::setWorkingSet(uint32_t graph, size_t bytes) {
+    workingSets_[graph] = bytes;
+}
+
+size_t ImageCache::budget() const {
+    size_t total = 0;
+    for (const auto& [graph, bytes] : workingSets_)
+        total += bytes;
+    return std::min(cap_, total + total / 8);
+}
 
 std::shared_ptr<const Image> ImageCache::find(uint64_t key) {
     auto it = entries_.find(key);
@@ -10,16 +23,32 @@ std::shared_ptr<const Image> ImageCache::find(uint64_t key) {
     return it->second.image;
 }
 
-void ImageCache::insert(uint64_t key, std::shared_ptr<const Image> image) {
-    const size_t size = image->byteSize();
-    if (size > budget_ || entries_.count(key))
-        return;
-    while (bytes_ + size > budget_ && !recency_.empty()) {
+void ImageCache::dropUntilFits(size_t bytes) {
+    const size_t limit = budget();
+    while (!recency_.empty() && bytes_ + bytes > limit) {
         auto oldest = entries_.find(recency_.back());
         bytes_ -= oldest->second.image->byteSize();
         entries_.erase(oldest);
         recency_.pop_back();
     }
+}
+
+void ImageCache::makeRoom(uint64_t slot, size_t bytes) {
+    auto previous = latest_.find(slot);
+    if (previous != latest_.end()) {
+        auto superseded = entries_.find(previous->second);
+        if (superseded != entries_.end())
+            recency_.splice(recency_.end(), recency_, superseded->second.recency);
+    }
+    dropUntilFits(bytes);
+}
+
+void ImageCache::insert(uint64_t key, uint64_t slot, std::shared_ptr<const Image> image) {
+    const size_t size = image->byteSize();
+    if (size > budget() || entries_.count(key))
+        return;
+    latest_[slot] = key;
+    dropUntilFits(size);
     recency_.push_front(key);
     entries_.emplace(key, Entry{std::move(image), recency_.begin()});
     bytes_ += size;
@@ -28,6 +57,7 @@ void ImageCache::insert(uint64_t key, std::shared_ptr<const Image> image) {
 void ImageCache::clear() {
     entries_.clear();
     recency_.clear();
+    latest_.clear();
     bytes_ = 0;
 }
 

@@ -2,44 +2,21 @@
 // stored plane after plane so that per-channel loops run over contiguous memory.
 #pragma once
 
+#include "engine/nodes/PixelMemory.h"
+
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
-#include <new>
-#include <utility>
 
 namespace kvengine {
-
-// Allocates a buffer for pixels, released with std::free; null when out of
-// memory. Large buffers are aligned and backed by huge pages where the system
-// offers them: first-touch page faults otherwise dominate the cheap nodes.
-void* allocatePixelMemory(size_t bytes);
-
-struct FreePixels {
-    void operator()(float* pixels) const { std::free(pixels); }
-};
-using PixelBuffer = std::unique_ptr<float[], FreePixels>;
 
 class Image {
 public:
     Image() = default;
-    // Allocates uninitialised planes; callers check sizes against their limits first.
+    // Uninitialised planes from the recycled pixel memory; throws
+    // std::bad_alloc. Callers check sizes against their limits first.
     Image(int width, int height, int channels)
         : width_(width), height_(height), channels_(channels),
-          pixels_(static_cast<float*>(allocatePixelMemory(bytesFor(width, height, channels)))) {
-        if (!pixels_)
-            throw std::bad_alloc();
-    }
-
-    // Takes a buffer of at least width * height * channels floats.
-    Image(int width, int height, int channels, PixelBuffer buffer)
-        : width_(width), height_(height), channels_(channels), pixels_(std::move(buffer)) {}
-    // Gives the buffer back, leaving an empty image.
-    PixelBuffer releaseBuffer() {
-        width_ = height_ = channels_ = 0;
-        return std::move(pixels_);
-    }
+          pixels_(makePixelBuffer(bytesFor(width, height, channels))) {}
 
     int width() const { return width_; }
     int height() const { return height_; }

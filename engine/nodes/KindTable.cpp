@@ -86,6 +86,7 @@ KindTable& KindTable::colour(const char* name, std::initializer_list<float> valu
 }
 
 KindTable& KindTable::seed() {
+    info_.readsSeed = true;
     return add("seed", ParamType::Integer, {0.0f}, -kSeedRange, kSeedRange,
                "variation, combined with $randomseed");
 }

@@ -74,7 +74,8 @@ struct NodeKindInfo {
     std::vector<ParamSpec> params;           // the order the assembly stores them in
     std::vector<ImageInputSpec> imageInputs; // the image slots, in order
     OutputChannels output = OutputChannels::Gray;
-    int scratchImages = 0; // extra images of the output's size the kernel allocates
+    int scratchImages = 0;  // extra images of the output's size the kernel allocates
+    bool readsSeed = false; // has a "seed": its result depends on $randomseed
 
     // "input.image": Node::graphInput names the graph input it reads.
     bool readsGraphInput() const { return output == OutputChannels::GraphImage; }

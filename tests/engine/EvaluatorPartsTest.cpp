@@ -57,19 +57,76 @@ std::shared_ptr<const Image> image(int side) {
 
 TEST(ImageCache, DropsTheLeastRecentlyUsedToStayWithinBudget) {
     const size_t one = Image::bytesFor(8, 8, 1);
-    ImageCache cache(2 * one);
-    cache.insert(1, image(8));
-    cache.insert(2, image(8));
+    ImageCache cache(2 * one); // the cap, below a quarter over the working set
+    cache.setWorkingSet(0, 10 * one);
+    EXPECT_EQ(cache.budget(), 2 * one);
+    cache.insert(1, 1, image(8));
+    cache.insert(2, 2, image(8));
     EXPECT_NE(cache.find(1), nullptr); // 1 is now more recent than 2
-    cache.insert(3, image(8));
+    cache.insert(3, 3, image(8));
     EXPECT_NE(cache.find(1), nullptr);
     EXPECT_EQ(cache.find(2), nullptr);
     EXPECT_NE(cache.find(3), nullptr);
-    cache.insert(4, image(16)); // larger than the whole budget: not kept, nothing dropped
+    cache.insert(4, 4, image(16)); // larger than the whole budget: not kept, nothing dropped
     EXPECT_EQ(cache.find(4), nullptr);
     EXPECT_NE(cache.find(1), nullptr);
     cache.clear();
     EXPECT_EQ(cache.find(1), nullptr);
+}
+
+TEST(ImageCache, ANodesSupersededResultGoesBeforeOlderValidOnes) {
+    const size_t one = Image::bytesFor(8, 8, 1);
+    ImageCache cache(2 * one);
+    cache.setWorkingSet(0, 10 * one);
+    cache.insert(10, /*slot*/ 1, image(8));
+    cache.insert(20, /*slot*/ 2, image(8));
+    ASSERT_NE(cache.find(20), nullptr); // node 1's result is now the least recent
+    cache.makeRoom(2, one);             // node 2 is about to get a new result
+    cache.insert(21, 2, image(8));
+    EXPECT_NE(cache.find(10), nullptr); // still valid, kept
+    EXPECT_EQ(cache.find(20), nullptr);
+    EXPECT_NE(cache.find(21), nullptr);
+}
+
+TEST(ImageCache, BudgetIsAnEighthOverEveryGraphsCompleteRender) {
+    const size_t one = Image::bytesFor(8, 8, 1);
+    ImageCache cache(size_t(1) << 30);
+    cache.setWorkingSet(0, 8 * one);
+    cache.setWorkingSet(1, 8 * one);
+    EXPECT_EQ(cache.budget(), 18 * one);
+    for (uint64_t key = 1; key <= 18; ++key)
+        cache.insert(key, key, image(8));
+    EXPECT_EQ(cache.bytes(), 18 * one);
+    // Graph 0 renders nothing from now on: its old results make room.
+    cache.setWorkingSet(0, 0);
+    cache.makeRoom(100, one);
+    EXPECT_LE(cache.bytes() + one, cache.budget());
+    EXPECT_NE(cache.find(18), nullptr); // the most recent survive
+}
+
+TEST(PixelMemory, LargeBuffersAreRecycledAndTheFreeListIsBounded) {
+    const size_t bytes = kRecycledPixelBytes * 3 / 2;
+    void* first = acquirePixels(bytes);
+    ASSERT_NE(first, nullptr);
+    const size_t before = freePixelBytes();
+    releasePixels(first, bytes);
+    EXPECT_GE(freePixelBytes(), before + bytes);
+    void* second = acquirePixels(bytes); // same rounded size: the same warm buffer
+    EXPECT_EQ(second, first);
+    releasePixels(second, bytes);
+    // Releasing far more than the budget keeps no more than the budget.
+    std::vector<void*> many;
+    for (size_t held = 0; held < 2 * kPixelFreeListBytes; held += bytes)
+        many.push_back(acquirePixels(bytes));
+    for (void* buffer : many)
+        releasePixels(buffer, bytes);
+    EXPECT_LE(freePixelBytes(), kPixelFreeListBytes);
+    // A size the free buffers cannot serve makes them give back at least as much as it maps.
+    const size_t held = freePixelBytes();
+    ASSERT_GE(held, 2 * kRecycledPixelBytes);
+    void* other = acquirePixels(2 * kRecycledPixelBytes);
+    EXPECT_LE(freePixelBytes(), held - 2 * kRecycledPixelBytes);
+    releasePixels(other, 2 * kRecycledPixelBytes);
 }
 
 TEST(EvaluatorFormats, HalfFloatsRoundToNearestEven) {

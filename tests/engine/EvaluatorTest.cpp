@@ -482,15 +482,20 @@ TEST(EvaluatorCache, ResultsMatchAFreshEvaluatorAfterEveryChange) {
     b.graph.nodes[7].params[0] = inputExpr(offset); // the transform2d's offset
     std::unique_ptr<Evaluator> cached;
     ASSERT_EQ(Evaluator::create(b.assembly(), {}, cached), SubstanceStatus_Ok);
-    for (float shift : {0.0f, 0.25f, 0.0f, 0.5f}) {
+    // Seed changes too: only the nodes that read the seed may be taken from the cache as they were.
+    const std::pair<float, int> changes[] = {{0.0f, 0}, {0.25f, 0}, {0.25f, 7}, {0.0f, 7}, {0.5f, 0}};
+    for (const auto& [shift, seed] : changes) {
         const float value[2] = {shift, shift * 2};
         ASSERT_EQ(cached->setInput(offset, SubstanceInputType_Float2, value, false), SubstanceStatus_Ok);
+        ASSERT_EQ(cached->setInput(1, SubstanceInputType_Integer, &seed, false), SubstanceStatus_Ok);
         GraphBuilder fresh = b;
         fresh.graph.inputs[offset].defaultValue.f = {shift, shift * 2, 0, 0};
+        fresh.graph.inputs[1].defaultValue.i[0] = seed;
         auto expected = kvtest::renderAssembly(fresh.assembly());
         auto actual = kvtest::renderOutputs(*cached);
         for (const auto& [index, rendered] : expected)
-            EXPECT_EQ(actual[index].bytes, rendered.bytes) << shift << " output " << index;
+            EXPECT_EQ(actual[index].bytes, rendered.bytes)
+                << shift << " seed " << seed << " output " << index;
     }
 }
 
