@@ -17,28 +17,52 @@ inline float unit(float v) {
     return v > 0.0f ? (v < 1.0f ? v : 1.0f) : 0.0f;
 } // NaN gives 0
 
-// Writes one row of texels from up to four float rows (null alpha: opaque).
-void writeRow(const TexelFormat& format, const float* const rgba[4], int width, unsigned char* out) {
-    const size_t texel = format.texelBytes();
-    for (int c = 0; c < format.channels; ++c) {
+struct StoreUnit8 {
+    uint8_t operator()(float v) const { return static_cast<uint8_t>(unit(v) * 255.0f + 0.5f); }
+};
+struct StoreUnit16 {
+    uint16_t operator()(float v) const { return static_cast<uint16_t>(unit(v) * 65535.0f + 0.5f); }
+};
+struct StoreHalf {
+    uint16_t operator()(float v) const { return floatToHalf(v); }
+};
+struct StoreFloat {
+    float operator()(float v) const { return v; }
+};
+
+// Interleaves up to four float rows (null: the value 1) into texels of
+// `channels` samples of type T. One loop per channel and sample type, so
+// that nothing about the format is decided per texel.
+template <typename T, typename Store>
+void interleaveRow(const float* const rgba[4], int channels, int width, unsigned char* out, Store store) {
+    const size_t texel = static_cast<size_t>(channels) * sizeof(T);
+    for (int c = 0; c < channels; ++c) {
+        unsigned char* dst = out + static_cast<size_t>(c) * sizeof(T); // rows need not be aligned for T
         const float* src = rgba[c];
-        const bool one = src == nullptr || (c == 3 && format.alphaForcedOne);
-        unsigned char* dst = out + static_cast<size_t>(c) * static_cast<size_t>(format.channelBytes);
+        if (!src) {
+            const T one = store(1.0f);
+            for (int x = 0; x < width; ++x, dst += texel)
+                std::memcpy(dst, &one, sizeof(T));
+            continue;
+        }
         for (int x = 0; x < width; ++x, dst += texel) {
-            const float v = one ? 1.0f : src[x];
-            if (format.isFloat && format.channelBytes == 4) {
-                std::memcpy(dst, &v, 4);
-            } else if (format.isFloat) {
-                const uint16_t h = floatToHalf(v);
-                std::memcpy(dst, &h, 2);
-            } else if (format.channelBytes == 2) {
-                const uint16_t q = static_cast<uint16_t>(unit(v) * 65535.0f + 0.5f);
-                std::memcpy(dst, &q, 2);
-            } else {
-                *dst = static_cast<unsigned char>(unit(v) * 255.0f + 0.5f);
-            }
+            const T sample = store(src[x]);
+            std::memcpy(dst, &sample, sizeof(T));
         }
     }
+}
+
+// Writes one row of texels from up to four float rows (null alpha: opaque).
+void writeRow(const TexelFormat& format, const float* const input[4], int width, unsigned char* out) {
+    const float* rgba[4] = {input[0], input[1], input[2], format.alphaForcedOne ? nullptr : input[3]};
+    if (format.isFloat && format.channelBytes == 4)
+        interleaveRow<float>(rgba, format.channels, width, out, StoreFloat());
+    else if (format.isFloat)
+        interleaveRow<uint16_t>(rgba, format.channels, width, out, StoreHalf());
+    else if (format.channelBytes == 2)
+        interleaveRow<uint16_t>(rgba, format.channels, width, out, StoreUnit16());
+    else
+        interleaveRow<uint8_t>(rgba, format.channels, width, out, StoreUnit8());
 }
 
 void writeLevel(const Image& image, const TexelFormat& format, unsigned char* buffer,

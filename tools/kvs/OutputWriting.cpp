@@ -8,8 +8,12 @@
 #include "framework/render/RenderQueue.h"
 
 #include <algorithm>
+#include <atomic>
+#include <exception>
 #include <filesystem>
+#include <functional>
 #include <system_error>
+#include <thread>
 
 namespace kvs {
 
@@ -58,6 +62,43 @@ WrittenFile write(const Material& material, const OutputRequest& request, const 
     return file;
 }
 
+// Runs every task, as many at a time as the machine has cores, and gives
+// their results in order; the first failure is thrown once all have ended.
+// Encoding files dominates the wall time of a small render.
+std::vector<WrittenFile> runInParallel(const std::vector<std::function<WrittenFile()>>& tasks) {
+    std::vector<WrittenFile> results(tasks.size());
+    std::vector<std::exception_ptr> failures(tasks.size());
+    std::atomic<size_t> next{0};
+    auto work = [&] {
+        for (size_t i = next++; i < tasks.size(); i = next++) {
+            try {
+                results[i] = tasks[i]();
+            } catch (...) {
+                failures[i] = std::current_exception();
+            }
+        }
+    };
+    const size_t helpers = std::min<size_t>(std::max(1u, std::thread::hardware_concurrency()), tasks.size());
+    std::vector<std::thread> threads;
+    for (size_t i = 1; i < helpers; ++i) {
+        try {
+            threads.emplace_back(work);
+        } catch (const std::system_error&) {
+            break; // fewer threads, the same work
+        }
+    }
+    work();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (const std::exception_ptr& failure : failures) {
+        if (failure) {
+            std::rethrow_exception(failure);
+        }
+    }
+    return results;
+}
+
 } // namespace
 
 void checkOutputsExist(const Material& material, const std::vector<std::string>& outputs) {
@@ -102,24 +143,27 @@ std::vector<WrittenFile> renderAndWrite(Material& material, const OutputRequest&
         throw Failure("cannot create the output folder " + request.outdir +
                       (error ? ": " + error.message() : ": a file of that name is in the way"));
     }
-    std::vector<WrittenFile> written;
+    std::vector<std::unique_ptr<SubstanceAir::RenderResult>> results;
+    std::vector<std::function<WrittenFile()>> files;
     for (const auto& output : graph.getOutputs()) {
         if (!output->isEnabled()) {
             continue;
         }
         const std::string& identifier = output->getDesc().identifier;
-        const std::unique_ptr<SubstanceAir::RenderResult> result = output->grabResult();
-        if (!result) {
+        results.push_back(output->grabResult());
+        if (!results.back()) {
             const std::string reason = kvengine::lastFailure();
             throw Failure("output " + identifier + " was not rendered" +
                           (reason.empty() ? "" : ": " + reason));
         }
-        const int levels = request.mips ? std::max<int>(1, result->getTexture().mipmapCount) : 1;
+        const SubstanceTexture& texture = results.back()->getTexture();
+        const int levels = request.mips ? std::max<int>(1, texture.mipmapCount) : 1;
         for (int level = 0; level < levels; ++level) {
-            written.push_back(write(material, request, identifier, result->getTexture(), level));
+            files.push_back(
+                [&, identifier, level] { return write(material, request, identifier, texture, level); });
         }
     }
-    return written;
+    return runInParallel(files);
 }
 
 } // namespace kvs
