@@ -1,7 +1,7 @@
 // pattern.tiles: a grid of bevelled, rounded tiles as a height.
 #include "engine/nodes/KernelShapes.h"
 #include "engine/nodes/KindTable.h"
-#include "engine/nodes/Random.h"
+#include "engine/nodes/TileSurface.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,6 +22,7 @@ NodeKindInfo table() {
         .number("bevel", 0.1f, 0.0f, 1.0f, "width of the bevel as a fraction of a tile's shorter side")
         .number("rounding", 0.1f, 0.0f, 1.0f, "corner radius as a fraction of half a tile's shorter side")
         .number("variation", 0.3f, 0.0f, 1.0f, "how much the level differs between tiles")
+        .number("tilt", 0.0f, 0.0f, 1.0f, "how far each tile leans, lower on one side, in a random direction")
         .seed();
 }
 
@@ -36,6 +37,7 @@ void evaluate(const NodeRun& run, Image& out) {
     const float bevel = run.number("bevel");
     const float radius = run.number("rounding") * std::min(halfX, halfY);
     const float variation = run.number("variation");
+    const float tilt = run.number("tilt");
     const uint32_t seed = run.seed();
 
     generateRows(run, out, [&](int y, float* row) {
@@ -49,12 +51,11 @@ void evaluate(const NodeRun& run, Image& out) {
                 std::fabs((tx - static_cast<float>(column) - 0.5f) * unit / columns) - halfX + radius;
             const float ox = std::max(qx, 0.0f), oy = std::max(qy, 0.0f);
             const float edge = radius - std::sqrt(ox * ox + oy * oy) - std::min(std::max(qx, qy), 0.0f);
-            const float level = 1.0f - variation * hashToUnit(hash3(seed, static_cast<uint32_t>(column),
-                                                                    static_cast<uint32_t>(tileRow)));
-            // A zero bevel is a sharp step at the gap's edge.
-            const float rise =
-                bevel > 0.0f ? clamp01((edge - halfGap) / bevel) : (edge > halfGap ? 1.0f : 0.0f);
-            row[x] = level * rise;
+            const uint32_t h = hash3(seed, static_cast<uint32_t>(column), static_cast<uint32_t>(tileRow));
+            const float level =
+                tiltedLevel(1.0f - variation * hashToUnit(h), tilt, h, tx - static_cast<float>(column),
+                            ty - static_cast<float>(tileRow));
+            row[x] = level * bevelRise(edge, halfGap, bevel);
         }
     });
 }
