@@ -143,3 +143,84 @@ TEST(GeneratorKinds, WarpedNoiseWithoutWarpIsFbm) {
 }
 
 } // namespace
+
+// Largest step between neighbouring pixels, across the wrap too.
+float largestStep(const std::vector<float>& v, int width, int height) {
+    float largest = 0.0f;
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            const float here = v[static_cast<size_t>(y * width + x)];
+            largest =
+                std::max({largest, std::fabs(v[static_cast<size_t>(y * width + (x + 1) % width)] - here),
+                          std::fabs(v[static_cast<size_t>(((y + 1) % height) * width + x)] - here)});
+        }
+    return largest;
+}
+
+TEST(GeneratorKinds, LatticeNoisesAreContinuous) {
+    // Twice the pixels over the same cells halve the largest step between
+    // neighbours of a continuous noise; a lattice point left out of a pixel's
+    // sum, or a seam between cells, half cells or rows, is a jump that stays.
+    for (const char* kind : {"noise.value", "noise.gradient", "noise.simplex", "noise.anisotropic"}) {
+        SCOPED_TRACE(kind);
+        float steps[2] = {};
+        for (int fine = 0; fine < 2; ++fine) {
+            GraphBuilder b(7 + fine, 7 + fine);
+            const int side = 128 << fine;
+            const std::vector<float> v =
+                renderGray(b, b.addNode(kind, {{"scale", constantExpr(8)}, {"seed", constantExpr(3)}}));
+            steps[fine] = largestStep(v, side, side);
+        }
+        EXPECT_LT(steps[1], 0.6f * steps[0]);
+    }
+}
+
+TEST(GeneratorKinds, AnisotropicNoiseStreaksAlongItsDirection) {
+    for (int direction = 0; direction < 2; ++direction) {
+        SCOPED_TRACE(direction);
+        GraphBuilder b(7, 7);
+        const std::vector<float> v = renderGray(
+            b, b.addNode("noise.anisotropic", {{"direction", constantExpr(static_cast<float>(direction))}}));
+        double along = 0, across = 0;
+        for (int y = 0; y < 128; ++y)
+            for (int x = 0; x < 128; ++x) {
+                const float here = v[static_cast<size_t>(y * 128 + x)];
+                const float dx = std::fabs(v[static_cast<size_t>(y * 128 + (x + 1) % 128)] - here);
+                const float dy = std::fabs(v[static_cast<size_t>(((y + 1) % 128) * 128 + x)] - here);
+                along += direction == 0 ? dx : dy;
+                across += direction == 0 ? dy : dx;
+            }
+        EXPECT_LT(along * 8, across);
+    }
+}
+
+TEST(GeneratorKinds, ShapesCoverTheirGeometricArea) {
+    // Hard-edged shapes of diameter 0.5 (radius R = 0.25) at 256 x 256: the
+    // lit fraction is the shape's area in texture units.
+    const double pi = 3.14159265358979, r = 0.25;
+    struct Expected {
+        const char* kind;
+        const char* param; // the one parameter moved off its default
+        float value;
+        double area;
+    };
+    const Expected shapes[] = {
+        {"shape.disc", "softness", 0, pi * r * r},
+        {"shape.square", "rotation", 0.1f, 4 * r * r},
+        {"shape.polygon", "sides", 6, 1.5 * std::sqrt(3.0) * r * r},
+        // 2n triangles between the centre, a tip and an inner corner (at 0.4 R).
+        {"shape.star", "points", 5, 5 * r * (0.4 * r) * std::sin(pi / 5)},
+        {"shape.ring", "thickness", 0.25f, pi * (r * r - 0.75 * r * 0.75 * r)},
+    };
+    for (const Expected& shape : shapes) {
+        SCOPED_TRACE(shape.kind);
+        GraphBuilder b(8, 8);
+        const int node = b.addNode(shape.kind, {{shape.param, constantExpr(shape.value)}});
+        // Off the centre, to cross the edges: the area must survive the wrap.
+        b.graph.nodes[static_cast<size_t>(node)].params[0] = constantExpr(0.9f, 0.05f);
+        const std::vector<float> v = renderGray(b, node);
+        const double lit =
+            static_cast<double>(std::count_if(v.begin(), v.end(), [](float t) { return t > 0.5f; }));
+        EXPECT_NEAR(lit / v.size(), shape.area, 0.02 * shape.area);
+    }
+}
