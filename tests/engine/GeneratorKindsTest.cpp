@@ -50,6 +50,44 @@ TEST(GeneratorKinds, CellEdgesRiseAtOneRateFromEveryBorder) {
     EXPECT_LT(*std::min_element(d.begin(), d.end()), 0.5f * step); // borders reach 0
 }
 
+TEST(GeneratorKinds, CellBordersAgreeWithCellularNoise) {
+    // Both kinds place the same feature points. Within distance d of a border
+    // the nearest two points differ in distance by at most 2 d (triangle
+    // inequality through the border's nearest point), so f2 - f1 <= 2 d.
+    GraphBuilder b(7, 7);
+    const kvtest::NamedParams cells{
+        {"scale", constantExpr(5)}, {"jitter", constantExpr(0.8f)}, {"seed", constantExpr(4)}};
+    const int edges = b.addNode("noise.cell_edges", cells);
+    b.graph.nodes[static_cast<size_t>(edges)].params[2] = constantExpr(1); // falloff: output in cells
+    b.addOutput("edges", edges, SubstancePixelFormat_L32F);
+    const int cellular = b.addNode("noise.cellular", cells);
+    b.graph.nodes[static_cast<size_t>(cellular)].params[1] = constantExpr(2); // f2_minus_f1
+    b.addOutput("f2_minus_f1", cellular, SubstancePixelFormat_L32F);
+    auto results = kvtest::renderAssembly(b.assembly());
+    const std::vector<float> d = kvtest::floats(results[0]);
+    const std::vector<float> gap = kvtest::floats(results[1]);
+    for (size_t i = 0; i < d.size(); ++i)
+        ASSERT_LE(gap[i], 2.0f * d[i] + 1e-4f) << i;
+}
+
+TEST(GeneratorKinds, TilesLeaveTheirGapAndRoundTheirCorners) {
+    // 4 x 4 tiles of 64 pixels, flat and level: a gap of a quarter tile
+    // leaves squares of 48 pixels; full rounding turns them into discs.
+    const double pi = 3.14159265358979;
+    for (const auto& [rounding, litFraction] :
+         {std::pair<float, double>{0.0f, 0.75 * 0.75}, std::pair<float, double>{1.0f, pi * 0.375 * 0.375}}) {
+        SCOPED_TRACE(rounding);
+        GraphBuilder b(8, 8);
+        const std::vector<float> v =
+            renderGray(b, b.addNode("pattern.tiles", {{"gap", constantExpr(0.25f)},
+                                                      {"bevel", constantExpr(0)},
+                                                      {"rounding", constantExpr(rounding)},
+                                                      {"variation", constantExpr(0)}}));
+        const auto lit = std::count_if(v.begin(), v.end(), [](float t) { return t > 0.5f; });
+        EXPECT_NEAR(static_cast<double>(lit) / v.size(), litFraction, 0.01 * litFraction);
+    }
+}
+
 TEST(GeneratorKinds, ScatteredCopiesWrapAcrossBothEdges) {
     // One disc of a quarter of the texture's area per render, placed at
     // random: its area never shrinks, so a copy crossing an edge is drawn on
@@ -82,7 +120,8 @@ TEST(GeneratorKinds, ScatteredCopiesWrapAcrossBothEdges) {
 TEST(GeneratorKinds, FloodFillJoinsEachEnclosedCellAcrossTheWrap) {
     // A 4 x 4 checker moved by half a square: four of its eight white squares
     // are cut by an edge (one by both). Each square must get one random
-    // value, different from the others', and a box the size of a whole square.
+    // value, different from the others', a box the size of a whole square,
+    // and positions and ramps that run across the whole square.
     GraphBuilder b(6, 6);
     const int checker = b.addNode("pattern.checker", {{"tiles", constantExpr(4)}});
     const int moved = b.addNode("transform2d", {{"offset", constantExpr(0.125f, 0.125f)}}, {checker});
@@ -92,12 +131,18 @@ TEST(GeneratorKinds, FloodFillJoinsEachEnclosedCellAcrossTheWrap) {
                 SubstancePixelFormat_L32F);
     b.addOutput("height", b.addNode("flood.position", {{"output", constantExpr(3)}}, {cells}),
                 SubstancePixelFormat_L32F);
+    b.addOutput("local_x", b.addNode("flood.position", {{"output", constantExpr(4)}}, {cells}),
+                SubstancePixelFormat_L32F);
+    b.addOutput("ramp", b.addNode("flood.random_gradient", {}, {cells}), SubstancePixelFormat_L32F);
     auto results = kvtest::renderAssembly(b.assembly());
     const std::vector<float> value = kvtest::floats(results[0]);
     const std::vector<float> width = kvtest::floats(results[1]);
     const std::vector<float> height = kvtest::floats(results[2]);
+    const std::vector<float> localX = kvtest::floats(results[3]);
+    const std::vector<float> ramp = kvtest::floats(results[4]);
 
     std::map<int, std::set<float>> valuesOfSquare;
+    std::map<int, std::pair<float, float>> rampOfSquare; // lowest and highest
     for (int y = 0; y < 64; ++y)
         for (int x = 0; x < 64; ++x) {
             const size_t i = static_cast<size_t>(y * 64 + x);
@@ -107,6 +152,12 @@ TEST(GeneratorKinds, FloodFillJoinsEachEnclosedCellAcrossTheWrap) {
                 continue;
             }
             valuesOfSquare[sy * 4 + sx].insert(value[i]);
+            auto& [low, high] = rampOfSquare.try_emplace(sy * 4 + sx, 1.0f, 0.0f).first->second;
+            low = std::min(low, ramp[i]);
+            high = std::max(high, ramp[i]);
+            // The place within the square, continuing across the edge.
+            EXPECT_NEAR(localX[i], (static_cast<float>((x + 56) % 16) + 0.5f) / 16.0f, 1e-5f)
+                << x << "," << y;
             EXPECT_FLOAT_EQ(width[i], 0.25f) << x << "," << y;
             EXPECT_FLOAT_EQ(height[i], 0.25f) << x << "," << y;
         }
@@ -114,6 +165,9 @@ TEST(GeneratorKinds, FloodFillJoinsEachEnclosedCellAcrossTheWrap) {
     std::set<float> distinct;
     for (const auto& [square, values] : valuesOfSquare) {
         EXPECT_EQ(values.size(), 1u) << "square " << square;
+        // Each ramp runs from (nearly) 0 to 1 across its whole square.
+        EXPECT_LT(rampOfSquare[square].first, 0.05f) << "square " << square;
+        EXPECT_GT(rampOfSquare[square].second, 0.95f) << "square " << square;
         distinct.insert(*values.begin());
     }
     EXPECT_EQ(distinct.size(), 8u);
