@@ -55,6 +55,9 @@ std::array<int, 4> NodeRun::integers(const char* name) const {
 }
 
 uint32_t NodeRun::seed() const {
+    // The cache keys a kind's results by the seed only when its table declares one.
+    if (!kind->readsSeed)
+        throw std::logic_error(std::string(kind->name) + " reads the seed without declaring it");
     return nodeSeed(randomSeed, integer("seed"));
 }
 
