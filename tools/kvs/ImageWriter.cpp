@@ -7,6 +7,7 @@
 #include <OpenEXR/ImfHeader.h>
 #include <OpenEXR/ImfOutputFile.h>
 #include <png.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -76,10 +77,12 @@ bool writePng(const std::string& path, const FloatImage& image, int bitDepth, st
     png_set_IHDR(png, info, static_cast<png_uint_32>(image.width), static_cast<png_uint_32>(image.height),
                  bitDepth, colourTypes[image.channels], PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
                  PNG_FILTER_TYPE_DEFAULT);
-    // Textures are written often and read by tools that do not care for the
-    // last few percent of size: fast deflate and one filter (Paeth suits
-    // smooth and noisy texels alike) instead of trying every filter per row.
+    // Textures are written often, so speed comes first: one filter instead of
+    // trying every filter per row, and run-length matching, which after the
+    // Paeth filter compresses textures about as well as full matching (both
+    // smooth and noisy ones) at a fraction of the time.
     png_set_compression_level(png, 2);
+    png_set_compression_strategy(png, Z_RLE);
     png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_PAETH);
     png_set_rows(png, info, rows.data());
     png_write_png(png, info, PNG_TRANSFORM_IDENTITY, nullptr);
