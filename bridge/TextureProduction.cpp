@@ -17,9 +17,12 @@ kv::TempReference<ilSIDImage> toImage(const SubstanceAir::RenderResult& result) 
     if ((texture.pixelFormat & ~SubstancePixelFormat_Flag) != 0 || texture.buffer == nullptr) {
         return kv::TempReference<ilSIDImage>();
     }
+    // Not cleared first: the one tile below covers every texel.
     kv::TempReference<ilSPMemoryImg> image(new ilSPMemoryImg(
-        ilSize(texture.level0Width, texture.level0Height, 1, 4), ilUChar, ilInterleaved, true));
-    image->setTile(0, 0, 0, texture.level0Width, texture.level0Height, 1, texture.buffer);
+        ilSize(texture.level0Width, texture.level0Height, 1, 4), ilUChar, ilInterleaved, false));
+    if (!image->setTile(0, 0, 0, texture.level0Width, texture.level0Height, 1, texture.buffer)) {
+        return kv::TempReference<ilSIDImage>();
+    }
     return image;
 }
 
