@@ -1,0 +1,107 @@
+# What runs on a worker: one variation from package bytes to files and a
+# manifest record. Each worker process keeps the materials it opened, by the
+# digest of their package bytes, so consecutive variations of a material
+# reuse its renderer state and the engine's caches; a variation starts from
+# the material's default state, so nothing of the one before leaks into it.
+import collections
+import os
+import pathlib
+import threading
+import time
+
+import kvsubstance
+from kvsubstance.batch.files import sha256_hex, write_atomic
+from kvsubstance.batch.images import ENCODERS
+
+# Materials kept per worker process; a job with more packages reopens the oldest.
+CACHE_SIZE = 16
+
+
+class OpenMaterial:
+    def __init__(self, package, stack):
+        self.material = kvsubstance.open(package, stack=stack)
+        self.default_state = self.material.state
+        # A worker with several threads may run two variations of one material at once.
+        self.lock = threading.Lock()
+
+
+_materials = collections.OrderedDict()
+_materials_lock = threading.Lock()
+
+
+def cached_material(digest, package, stack):
+    with _materials_lock:
+        if digest in _materials:
+            _materials.move_to_end(digest)
+            return _materials[digest]
+    opened = OpenMaterial(package, stack)
+    with _materials_lock:
+        opened = _materials.setdefault(digest, opened)
+        while len(_materials) > CACHE_SIZE:
+            _materials.popitem(last=False)
+    return opened
+
+
+def use_engine_threads(count):
+    """Sets the engine's thread count for the materials this process opens from now on."""
+    wanted = str(count) if count else None
+    if os.environ.get("KV_ENGINE_THREADS") != wanted:
+        if wanted is None:
+            del os.environ["KV_ENGINE_THREADS"]
+        else:
+            os.environ["KV_ENGINE_THREADS"] = wanted
+
+
+def apply(material, settings, state_text):
+    """Applies a variation's settings in the order the job format documents."""
+    if state_text is not None:
+        material.state = state_text
+    if settings["preset"] is not None:
+        material.apply_preset(settings["preset"])
+    for identifier, value in settings["values"].items():
+        material.inputs[identifier].value = value
+    if settings["seed"] is not None:
+        material.seed = settings["seed"]
+    material.size = tuple(settings["size"])
+
+
+def worker_name():
+    try:
+        from distributed import get_worker
+        return get_worker().address
+    except (ImportError, ValueError):
+        return f"local:{os.getpid()}"
+
+
+def render_variation(task, package, stack):
+    """Renders one variation and writes its files; the manifest record.
+
+    ``task``: name, settings, state text, package digest, outputs, format and
+    destination (made by the runner); ``package``, ``stack``: the bytes.
+    A failure becomes a record with its reason instead of an exception, so
+    one bad variation does not stop the others.
+    """
+    record = {"name": task["name"], "variation": task["settings"], "package_sha256": task["digest"],
+              "format": task["format"], "worker": worker_name()}
+    began = time.perf_counter()
+    try:
+        use_engine_threads(task["engine_threads"])
+        opened = cached_material(task["digest"], package, stack)
+        with opened.lock:
+            opened.material.state = opened.default_state
+            apply(opened.material, task["settings"], task["state"])
+            arrays = opened.material.render(list(task["outputs"]))
+        record["render_seconds"] = round(time.perf_counter() - began, 6)
+        encode = ENCODERS[task["format"]]
+        files = {}
+        for output in task["outputs"]:
+            data = encode(arrays[output])
+            path = pathlib.Path(task["destination"]) / f"{task['name']}.{output}.{task['format']}"
+            write_atomic(path, data)
+            files[output] = {"file": path.name, "sha256": sha256_hex(data)}
+        record.update(status="rendered", files=files)
+    except Exception as error:  # noqa: BLE001 -- any fault of one variation is its own record
+        reason = error.args[0] if isinstance(error, KeyError) and error.args else error
+        record.update(status="failed", reason=f"{type(error).__name__}: {reason}")
+    record["seconds"] = round(time.perf_counter() - began, 6)
+    return record
