@@ -3,7 +3,15 @@
 # Exit status: 0 when every variation is done, 1 when some failed, 2 for a
 # job or command line that cannot run, 130 when interrupted.
 import argparse
+import signal
 import sys
+
+# Failures printed one per line; the manifest has them all.
+SHOWN_FAILURES = 10
+
+
+def interrupt(signum, frame):
+    raise KeyboardInterrupt
 
 
 def main(argv=None):
@@ -26,13 +34,17 @@ def main(argv=None):
     except ImportError as error:
         print(f"kvsubstance.batch: {error} (Debian: apt-get install python3-distributed)", file=sys.stderr)
         return 2
+    # A batch system's stop is an interruption like Ctrl-C: what is done stays recorded.
+    signal.signal(signal.SIGTERM, interrupt)
     try:
         summary = run(load_job(args.job), scheduler=args.scheduler, workers=args.workers)
     except (JobError, ValueError, OSError) as error:
         print(f"kvsubstance.batch: {error}", file=sys.stderr)
         return 2
-    for name, reason in summary.failures:
+    for name, reason in summary.failures[:SHOWN_FAILURES]:
         print(f"failed: {name}: {reason}", file=sys.stderr)
+    if summary.failed > SHOWN_FAILURES:
+        print(f"... and {summary.failed - SHOWN_FAILURES} more failures in the manifest", file=sys.stderr)
     print(summary)
     if summary.interrupted:
         return 130

@@ -9,6 +9,8 @@ import pathlib
 import threading
 import time
 
+from distributed import WorkerPlugin
+
 import kvsubstance
 from kvsubstance.batch.files import sha256_hex, write_atomic
 from kvsubstance.batch.images import ENCODERS
@@ -25,15 +27,34 @@ class OpenMaterial:
         self.lock = threading.Lock()
 
 
+# Package bytes by their SHA-256, given to this process by PackageBytes.
+_packages = {}
+
+
+class PackageBytes(WorkerPlugin):
+    """The package bytes of a job, for every worker of the cluster."""
+
+    def __init__(self, parts):
+        self.parts = parts  # SHA-256 -> bytes
+
+    def setup(self, worker=None):
+        _packages.update(self.parts)
+
+    def teardown(self, worker=None):
+        for digest in self.parts:
+            _packages.pop(digest, None)
+
+
 _materials = collections.OrderedDict()
 _materials_lock = threading.Lock()
 
 
-def cached_material(digest, package, stack):
+def cached_material(digest, parts):
     with _materials_lock:
         if digest in _materials:
             _materials.move_to_end(digest)
             return _materials[digest]
+    package, stack = (None if part is None else _packages[part] for part in parts)
     opened = OpenMaterial(package, stack)
     with _materials_lock:
         opened = _materials.setdefault(digest, opened)
@@ -73,11 +94,12 @@ def worker_name():
         return f"local:{os.getpid()}"
 
 
-def render_variation(task, package, stack):
+def render_variation(task):
     """Renders one variation and writes its files; the manifest record.
 
-    ``task``: name, settings, state text, package digest, outputs, format and
-    destination (made by the runner); ``package``, ``stack``: the bytes.
+    ``task``: name, settings, state text, the digests of the material and of
+    its package bytes (which PackageBytes brought), outputs, format and
+    destination (made by the runner).
     A failure becomes a record with its reason instead of an exception, so
     one bad variation does not stop the others.
     """
@@ -86,7 +108,7 @@ def render_variation(task, package, stack):
     began = time.perf_counter()
     try:
         use_engine_threads(task["engine_threads"])
-        opened = cached_material(task["digest"], package, stack)
+        opened = cached_material(task["digest"], task["parts"])
         with opened.lock:
             opened.material.state = opened.default_state
             apply(opened.material, task["settings"], task["state"])

@@ -16,7 +16,7 @@ from kvsubstance.batch.files import remove_partials
 from kvsubstance.batch.job import JobError
 from kvsubstance.batch.manifest import Manifest
 from kvsubstance.batch.progress import Progress
-from kvsubstance.batch.render import render_variation
+from kvsubstance.batch.render import PackageBytes, render_variation
 
 
 @dataclasses.dataclass
@@ -80,7 +80,9 @@ def make_tasks(job, materials, manifest):
         if manifest.is_done(name, material.digest, job.format, material.outputs):
             skipped += 1
             continue
-        tasks.append({"name": name, "settings": variation.settings(), "package": variation.package,
+        parts = [None if part is None else hashlib.sha256(part).hexdigest()
+                 for part in (material.package, material.stack)]
+        tasks.append({"name": name, "settings": variation.settings(), "package": variation.package, "parts": parts,
                       "state": None if variation.state is None else job.states[variation.state],
                       "digest": material.digest, "outputs": material.outputs, "format": job.format,
                       "destination": str(job.destination.resolve()), "engine_threads": job.engine_threads})
@@ -98,13 +100,19 @@ def start_client(scheduler, workers):
 
 
 def submit(client, tasks, materials):
-    """The task of each future; each package's bytes go to every worker once, ahead of the tasks."""
-    scattered = {}
+    """The task of each future. The bytes of the packages go to the workers
+    once, in a worker plugin: the scheduler hands it to every worker,
+    replacements of dead ones too. (Scattered data would be lost for good
+    with the workers holding it; a task's result can deadlock the 2022
+    scheduler's queue when it must be made again.)"""
+    parts = {}
     for name in {task["package"] for task in tasks}:
-        material = materials[name]
-        scattered[name] = [None if part is None else client.scatter(part, broadcast=True)
-                           for part in (material.package, material.stack)]
-    return {client.submit(render_variation, task, *scattered[task["package"]], pure=False): task for task in tasks}
+        for part in (materials[name].package, materials[name].stack):
+            if part is not None:
+                parts[hashlib.sha256(part).hexdigest()] = part
+    plugin = f"kv-packages-{hashlib.sha256(''.join(sorted(parts)).encode()).hexdigest()}"
+    client.register_worker_plugin(PackageBytes(parts), name=plugin)
+    return plugin, {client.submit(render_variation, task, pure=False): task for task in tasks}
 
 
 def collect(pending, manifest, summary, progress):
@@ -140,12 +148,12 @@ def run(job, scheduler=None, workers=None, client=None, progress=None):
     summary = Summary(total=len(job.variations), skipped=skipped)
     progress = progress or Progress(summary.total, skipped)
     cluster = None
-    pending = {}
+    pending, plugin = {}, None
     try:
         if tasks:
             if client is None:
                 client, cluster = start_client(scheduler, workers)
-            pending = submit(client, tasks, materials)
+            plugin, pending = submit(client, tasks, materials)
             collect(pending, manifest, summary, progress)
     except KeyboardInterrupt:
         summary.interrupted = True
@@ -156,6 +164,8 @@ def run(job, scheduler=None, workers=None, client=None, progress=None):
         if cluster is not None:
             client.close()
             cluster.close()
+        elif plugin is not None:
+            client.unregister_worker_plugin(plugin)
         # Only now no worker of this run is writing.
         remove_partials(job.destination)
         summary.seconds = time.perf_counter() - began
