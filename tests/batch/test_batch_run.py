@@ -63,8 +63,10 @@ def test_a_rerun_renders_only_what_is_missing_or_spoiled(client, samples, tmp_pa
     (tmp_path / f".{names[3]}.normal.npy.partial-0123").write_bytes(b"half a file")  # left by a dead worker
     with open(tmp_path / "manifest.jsonl", "a") as manifest:
         manifest.write('{"name": "torn')
-    second = batch.run(full, client=client)
+    # By the scheduler's address, as on a cluster of several machines.
+    second = batch.run(full, scheduler=client.scheduler.address)
     assert (second.rendered, second.skipped, second.failed) == (2, 10, 0)
+    assert not client.run_on_scheduler(lambda dask_scheduler: list(dask_scheduler.worker_plugins))
     for index, name in enumerate(names):
         assert (files[name].stat().st_mtime_ns == times[name]) == (index not in (2, 7)), name
         assert np.array_equal(np.load(files[name]), render_alone(full, full.variations[index], ["normal"])["normal"])

@@ -42,10 +42,11 @@ class Summary:
 
 @dataclasses.dataclass
 class Material:
-    """A job's package as the runner sends it: bytes, their digest, the outputs rendered."""
+    """A job's package as the runner sends it: bytes, digests, the outputs rendered."""
     package: bytes
     stack: bytes
-    digest: str
+    digest: str    # of the material: both parts
+    parts: tuple   # SHA-256 of the package and of the stack (None without one)
     outputs: tuple
 
 
@@ -64,10 +65,9 @@ def read_materials(job, names):
         unknown = sorted(set(job.outputs or ()) - set(outputs))
         if unknown:
             raise JobError(f"outputs: {name} has no output {', '.join(unknown)} (outputs: {', '.join(outputs)})")
-        digest = hashlib.sha256()
-        for part in (package, stack or b""):
-            digest.update(len(part).to_bytes(8, "little") + part)
-        materials[name] = Material(package, stack, digest.hexdigest(), tuple(job.outputs or outputs))
+        parts = tuple(None if part is None else hashlib.sha256(part).hexdigest() for part in (package, stack))
+        digest = hashlib.sha256(repr(parts).encode()).hexdigest()
+        materials[name] = Material(package, stack, digest, parts, tuple(job.outputs or outputs))
     return materials
 
 
@@ -80,9 +80,8 @@ def make_tasks(job, materials, manifest):
         if manifest.is_done(name, material.digest, job.format, material.outputs):
             skipped += 1
             continue
-        parts = [None if part is None else hashlib.sha256(part).hexdigest()
-                 for part in (material.package, material.stack)]
-        tasks.append({"name": name, "settings": variation.settings(), "package": variation.package, "parts": parts,
+        tasks.append({"name": name, "settings": variation.settings(), "package": variation.package,
+                      "parts": material.parts,
                       "state": None if variation.state is None else job.states[variation.state],
                       "digest": material.digest, "outputs": material.outputs, "format": job.format,
                       "destination": str(job.destination.resolve()), "engine_threads": job.engine_threads})
@@ -107,9 +106,9 @@ def submit(client, tasks, materials):
     scheduler's queue when it must be made again.)"""
     parts = {}
     for name in {task["package"] for task in tasks}:
-        for part in (materials[name].package, materials[name].stack):
-            if part is not None:
-                parts[hashlib.sha256(part).hexdigest()] = part
+        material = materials[name]
+        parts.update((digest, part) for digest, part in zip(material.parts, (material.package, material.stack))
+                     if part is not None)
     plugin = f"kv-packages-{hashlib.sha256(''.join(sorted(parts)).encode()).hexdigest()}"
     client.register_worker_plugin(PackageBytes(parts), name=plugin)
     return plugin, {client.submit(render_variation, task, pure=False): task for task in tasks}
@@ -147,11 +146,11 @@ def run(job, scheduler=None, workers=None, client=None, progress=None):
     tasks, skipped = make_tasks(job, materials, manifest)
     summary = Summary(total=len(job.variations), skipped=skipped)
     progress = progress or Progress(summary.total, skipped)
-    cluster = None
+    own_client, cluster = client is None, None
     pending, plugin = {}, None
     try:
         if tasks:
-            if client is None:
+            if own_client:
                 client, cluster = start_client(scheduler, workers)
             plugin, pending = submit(client, tasks, materials)
             collect(pending, manifest, summary, progress)
@@ -161,11 +160,12 @@ def run(job, scheduler=None, workers=None, client=None, progress=None):
             future.cancel()
     finally:
         manifest.close([variation.name for variation in job.variations])
-        if cluster is not None:
+        if plugin is not None and cluster is None:
+            client.unregister_worker_plugin(plugin)  # the workers outlive this run
+        if own_client and client is not None:
             client.close()
+        if cluster is not None:
             cluster.close()
-        elif plugin is not None:
-            client.unregister_worker_plugin(plugin)
         # Only now no worker of this run is writing.
         remove_partials(job.destination)
         summary.seconds = time.perf_counter() - began
