@@ -1,6 +1,7 @@
-# Jobs as data, without a cluster: how variations expand and are named, the
-# mistakes a job file can hold, the manifest's reading of a torn file, and
-# the PNG writer against an independent reader.
+# The batch's parts without a cluster: how variations expand and are named,
+# the mistakes a job file can hold, the manifest's reading of a torn file,
+# the PNG writer against an independent reader, and the progress bar.
+import io
 import json
 
 import pytest
@@ -8,6 +9,7 @@ import pytest
 from conftest import batch, np, read_png
 from kvsubstance.batch.images import encode_png
 from kvsubstance.batch.manifest import Manifest
+from kvsubstance.batch.progress import Progress
 
 
 def stone_job(samples, tmp_path, **entries):
@@ -106,3 +108,22 @@ def test_png_files_hold_the_arrays_exactly(dtype, channels, tmp_path):
     assert decoded.dtype == dtype and np.array_equal(decoded, array)
     with pytest.raises(ValueError, match="npy"):
         encode_png(array.astype(np.float32))
+
+
+class Terminal(io.StringIO):
+    def isatty(self):
+        return True
+
+
+def test_the_progress_bar_shows_on_a_terminal_only(monkeypatch):
+    monkeypatch.setattr("kvsubstance.batch.progress.REDRAW_SECONDS", 0)
+    terminal, log = Terminal(), io.StringIO()
+    for stream in (terminal, log):
+        progress = Progress(total=10, skipped=4, stream=stream)
+        for status in ("rendered", "failed", "rendered"):
+            progress.update(status)
+        progress.finish()
+    lines = terminal.getvalue().split("\r")
+    assert lines[1].startswith("[" + "#" * 15 + "." * 15 + "] 5/10 rendered 1 skipped 4 failed 0")
+    assert lines[-1].startswith("[" + "#" * 21 + "." * 9 + "] 7/10 rendered 2 skipped 4 failed 1")
+    assert terminal.getvalue().endswith("\n") and log.getvalue() == ""
