@@ -4,6 +4,7 @@
 # reuse its renderer state and the engine's caches; a variation starts from
 # the material's default state, so nothing of the one before leaks into it.
 import collections
+import ctypes
 import os
 import pathlib
 import threading
@@ -17,6 +18,9 @@ from kvsubstance.batch.images import ENCODERS
 
 # Materials kept per worker process; a job with more packages reopens the oldest.
 CACHE_SIZE = 16
+# glibc's mallopt parameters, and what a worker sets them to (see keep_freed_memory).
+M_TRIM_THRESHOLD, M_MMAP_THRESHOLD = -1, -3
+KEPT_FREE_BYTES, LARGEST_HEAP_BLOCK = 256 << 20, 32 << 20
 
 
 class OpenMaterial:
@@ -47,6 +51,7 @@ class PackageBytes(WorkerPlugin):
 
 _materials = collections.OrderedDict()
 _materials_lock = threading.Lock()
+_memory_kept = False
 
 
 def cached_material(digest, parts):
@@ -61,6 +66,23 @@ def cached_material(digest, parts):
         while len(_materials) > CACHE_SIZE:
             _materials.popitem(last=False)
     return opened
+
+
+def keep_freed_memory():
+    """Lets the C library keep freed memory for the next render.
+
+    Dask's nanny starts workers with MALLOC_TRIM_THRESHOLD_ set low, which
+    also pins glibc's mmap threshold at 128 KiB: every image buffer of every
+    render is then mapped and zero-filled afresh. A worker renders alike
+    sizes again and again, so it keeps freed memory up to KEPT_FREE_BYTES
+    and serves blocks up to LARGEST_HEAP_BLOCK from its heap: at 512, 0.21
+    to 0.25 s of CPU per variation instead of 0.34 s (0.27 to 0.29 s with
+    glibc's defaults). Other C libraries are left as they are.
+    """
+    mallopt = getattr(ctypes.CDLL(None), "mallopt", None)
+    if mallopt is not None:
+        mallopt(M_MMAP_THRESHOLD, LARGEST_HEAP_BLOCK)
+        mallopt(M_TRIM_THRESHOLD, KEPT_FREE_BYTES)
 
 
 def use_engine_threads(count):
@@ -106,7 +128,11 @@ def render_variation(task):
     record = {"name": task["name"], "variation": task["settings"], "package_sha256": task["digest"],
               "format": task["format"], "worker": worker_name()}
     began = time.perf_counter()
+    global _memory_kept
     try:
+        if not _memory_kept:
+            keep_freed_memory()
+            _memory_kept = True
         use_engine_threads(task["engine_threads"])
         opened = cached_material(task["digest"], task["parts"])
         with opened.lock:
