@@ -59,6 +59,7 @@ class Variation:
 
 @dataclasses.dataclass(frozen=True)
 class Job:
+    """A job ready to run, as load_job and make_job make it after checking it."""
     packages: dict         # name -> Package
     states: dict           # name -> state string text
     variations: tuple      # of Variation, each name once
