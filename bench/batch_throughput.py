@@ -4,8 +4,9 @@
 # a LocalCluster of one and of two single-threaded workers; then the ratio of
 # two workers to one and the scheduling cost per variation: the wall time of
 # the one-worker run less the time its worker spent in the tasks (which the
-# manifest records), so that other load on the machine does not count.
-# Clusters are started and warmed up (package sent, material opened) before
+# manifest records), so that other load on the machine does not count; and
+# the CPU time per variation, which stays the same with two workers when they
+# do not get in each other's way, however busy the machine. Clusters are started and warmed up (package sent, material opened) before
 # the clock; with --rounds the best of each is kept.
 #
 #   /usr/bin/python3 bench/batch_throughput.py [--build build/dev] [--count 60] [--size 512] [--rounds 1]
@@ -57,10 +58,10 @@ def main():
             PackageBytes({hashlib.sha256(package).hexdigest(): package}).setup()
             tasks, _ = make_tasks(timed, materials, batch.manifest.Manifest(timed.destination))
             began = time.perf_counter()
-            for task in tasks:
-                assert render_variation(task)["status"] == "rendered"
+            records = [render_variation(task) for task in tasks]
             seconds = time.perf_counter() - began
-        return seconds
+        assert all(r["status"] == "rendered" for r in records)
+        return seconds, sum(r["cpu_seconds"] for r in records) / args.count
 
     def on_cluster(workers, round):
         timed = job(f"workers-{workers}-{round}", 1)
@@ -69,8 +70,10 @@ def main():
             batch.run(job(f"warm-{workers}-{round}", 10_000, WARM_UP * workers), client=client)
             summary = batch.run(timed, client=client)
         assert summary.rendered == args.count, summary
-        in_tasks = sum(r["seconds"] for r in batch.manifest.Manifest(timed.destination).records.values())
-        return summary.seconds, (summary.seconds * workers - in_tasks) / args.count
+        records = batch.manifest.Manifest(timed.destination).records.values()
+        in_tasks = sum(r["seconds"] for r in records)
+        cpu = sum(r["cpu_seconds"] for r in records) / args.count
+        return summary.seconds, (summary.seconds * workers - in_tasks) / args.count, cpu
 
     try:
         loop = min(plain_loop() for _ in range(args.rounds))
@@ -78,14 +81,17 @@ def main():
         two = min(on_cluster(2, r) for r in range(args.rounds))
     finally:
         shutil.rmtree(scratch)
-    rate = {name: args.count / seconds for name, seconds in (("loop", loop), ("one", one[0]), ("two", two[0]))}
+    rate = {name: args.count / seconds for name, seconds in (("loop", loop[0]), ("one", one[0]), ("two", two[0]))}
     print(f"{args.count} variations at {args.size}, every output as PNG, best of {args.rounds}; "
           f"load average now: {os.getloadavg()[0]:.2f}")
     print(f"plain loop in one process: {rate['loop']:.2f} variations/s")
     print(f"1 worker:                  {rate['one']:.2f} variations/s")
     print(f"2 workers:                 {rate['two']:.2f} variations/s ({rate['two'] / rate['one']:.2f}x one worker)")
     print(f"scheduling cost per variation: {one[1] * 1000:.1f} ms with 1 worker, {two[1] * 1000:.1f} ms "
-          f"per worker with 2 (1 worker against the loop: {(one[0] - loop) / args.count * 1000:.1f} ms)")
+          f"per worker with 2 (1 worker against the loop: {(one[0] - loop[0]) / args.count * 1000:.1f} ms)")
+    # Workers that got in each other's way would spend more CPU per variation with two than with one.
+    print(f"CPU time per variation: {loop[1] * 1000:.0f} ms in the loop, {one[2] * 1000:.0f} ms on 1 worker, "
+          f"{two[2] * 1000:.0f} ms on 2 workers")
 
 if __name__ == "__main__":
     main()

@@ -127,7 +127,7 @@ def render_variation(task):
     """
     record = {"name": task["name"], "variation": task["settings"], "package_sha256": task["digest"],
               "format": task["format"], "worker": worker_name()}
-    began = time.perf_counter()
+    began, cpu_began = time.perf_counter(), time.process_time()
     global _memory_kept
     try:
         if not _memory_kept:
@@ -152,4 +152,6 @@ def render_variation(task):
         reason = error.args[0] if isinstance(error, KeyError) and error.args else error
         record.update(status="failed", reason=f"{type(error).__name__}: {reason}")
     record["seconds"] = round(time.perf_counter() - began, 6)
+    # CPU time of the whole worker process meanwhile: wall time less what other load took from it.
+    record["cpu_seconds"] = round(time.process_time() - cpu_began, 6)
     return record
