@@ -11,7 +11,7 @@ packages=(
     nlohmann-json3-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     unzip
-    python3-dev pybind11-dev python3-numpy python3-pytest
+    python3-dev pybind11-dev python3-numpy python3-pytest python3-dask python3-distributed
     libcpp-httplib-dev libjs-three chromium chromium-driver python3-selenium
 )
 

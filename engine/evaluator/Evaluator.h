@@ -32,7 +32,7 @@ struct EvaluatorLimits {
 };
 
 struct EvaluatorOptions {
-    unsigned threadCount = 0; // 0: one per hardware thread
+    unsigned threadCount = 0; // 0: KV_ENGINE_THREADS, else one per hardware thread (ThreadPool.h)
     EvaluatorLimits limits;
 };
 

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cctype>
 #include <condition_variable>
+#include <cstdlib>
 #include <exception>
 #include <mutex>
 #include <thread>
@@ -13,6 +15,19 @@ namespace kvengine {
 namespace {
 constexpr unsigned kMaxThreads = 256;
 constexpr int kChunksPerThread = 4; // enough to balance uneven rows, few enough to stay cheap
+
+// KV_ENGINE_THREADS when it is a whole number from 1 up (a process that runs
+// one render per core, like a batch worker, sets 1); else one per hardware thread.
+unsigned defaultThreads() {
+    const char* wanted = std::getenv("KV_ENGINE_THREADS");
+    if (wanted != nullptr && std::isdigit(static_cast<unsigned char>(wanted[0]))) {
+        char* end = nullptr;
+        const unsigned long threads = std::strtoul(wanted, &end, 10);
+        if (*end == '\0' && threads >= 1)
+            return static_cast<unsigned>(std::min<unsigned long>(threads, kMaxThreads));
+    }
+    return std::max(1u, std::thread::hardware_concurrency());
+}
 } // namespace
 
 struct ThreadPool::State {
@@ -66,7 +81,7 @@ struct ThreadPool::State {
 
 ThreadPool::ThreadPool(unsigned threads) : state_(std::make_unique<State>()) {
     if (threads == 0)
-        threads = std::max(1u, std::thread::hardware_concurrency());
+        threads = defaultThreads();
     threads = std::min(threads, kMaxThreads);
     for (unsigned i = 1; i < threads; ++i)
         state_->workers.emplace_back([state = state_.get()] { state->workerLoop(); });

@@ -10,7 +10,8 @@ namespace kvengine {
 
 class ThreadPool final : public Parallel {
 public:
-    // threads: total threads working on a run, at least 1; 0 means one per hardware thread.
+    // threads: total threads working on a run, at least 1; 0 means the environment's
+    // KV_ENGINE_THREADS when set to a whole number from 1 up, else one per hardware thread.
     explicit ThreadPool(unsigned threads);
     ~ThreadPool() override;
     ThreadPool(const ThreadPool&) = delete;

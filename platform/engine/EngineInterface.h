@@ -32,7 +32,8 @@ typedef struct SubstanceDevice {
 
 /* Optional resources for a handle; pass null for the defaults. */
 typedef struct SubstanceHardResources {
-    unsigned int threadCount; /* worker threads; 0 means one per hardware thread */
+    unsigned int threadCount; /* worker threads; 0 means the environment variable KV_ENGINE_THREADS
+                                 when it is a whole number from 1 up, else one per hardware thread */
 } SubstanceHardResources;
 
 /* Callback kinds for substanceContextSetCallback. */

@@ -1,5 +1,6 @@
-// The kvsubstance Python module: open, Material, its errors. Inputs are bound
-// in InputBindings.cpp.
+// kvsubstance._core, the compiled half of the Python package kvsubstance
+// (python/kvsubstance/__init__.py re-exports it): open, Material, its errors.
+// Inputs are bound in InputBindings.cpp.
 #include "python/src/Bindings.h"
 #include "python/src/InputValues.h"
 
@@ -157,26 +158,14 @@ void registerErrors(py::module_& module) {
     });
 }
 
-const char* const kModuleDoc = R"doc(Procedural materials from Python, through the kvsubstance library.
-
-Open a package (or two stacked), tweak its inputs, render its outputs into
-numpy arrays, and save or restore its values as a state string::
-
-    import kvsubstance
-    m = kvsubstance.open("stone_tiles.mpk", stack="tint.mpk")
-    m.inputs["wear"].value = 0.8
-    m.seed, m.size = 7, 1024
-    maps = m.render()            # {"Output": uint8 array (1024, 1024, 4), ...}
-
-Errors: ``PackageError`` for packages the library refuses, ``ValueError``
-for values, presets or states a material refuses, ``KeyError`` for unknown
-inputs, outputs and presets.)doc";
+const char* const kModuleDoc =
+    "The compiled half of kvsubstance: import kvsubstance, which re-exports it and documents it.";
 
 } // namespace
 
 } // namespace kvpy
 
-PYBIND11_MODULE(kvsubstance, module) {
+PYBIND11_MODULE(_core, module) {
     using namespace kvpy;
     module.doc() = kModuleDoc;
     registerErrors(module);

@@ -7,8 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <stdexcept>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -32,6 +35,22 @@ TEST(ThreadPool, CoversEveryIndexOnceForAnyCountAndThreads) {
                 ASSERT_EQ(hits[static_cast<size_t>(i)].load(), 1) << threads << " threads, count " << count;
         }
     }
+}
+
+TEST(ThreadPool, DefaultSizeFollowsTheEnvironmentWhenItHoldsACount) {
+    const unsigned hardware = std::max(1u, std::thread::hardware_concurrency());
+    const struct {
+        const char* value;
+        unsigned threads;
+    } cases[] = {{"1", 1},         {"3", 3},          {"100000", 256},  {"0", hardware},
+                 {"-2", hardware}, {"two", hardware}, {"2x", hardware}, {"", hardware}};
+    for (const auto& c : cases) {
+        setenv("KV_ENGINE_THREADS", c.value, 1);
+        EXPECT_EQ(ThreadPool(0).threadCount(), c.threads) << '"' << c.value << '"';
+        EXPECT_EQ(ThreadPool(2).threadCount(), 2u) << "an explicit count wins over " << c.value;
+    }
+    unsetenv("KV_ENGINE_THREADS");
+    EXPECT_EQ(ThreadPool(0).threadCount(), hardware);
 }
 
 TEST(ThreadPool, RethrowsAfterEveryThreadStopped) {

@@ -1,0 +1,173 @@
+# Runs a job on a Dask cluster: skips what the manifest shows done, sends
+# each package's bytes to every worker once, submits one task per remaining
+# variation and records each result as it arrives. A worker that dies has
+# its tasks rerun elsewhere by the scheduler; a task that kills its workers
+# again and again fails alone, with the scheduler's reason.
+import dataclasses
+import hashlib
+import logging
+import os
+import time
+
+from distributed import Client, LocalCluster, as_completed
+
+import kvsubstance
+from kvsubstance.batch.files import remove_partials
+from kvsubstance.batch.job import JobError
+from kvsubstance.batch.manifest import Manifest
+from kvsubstance.batch.progress import Progress
+from kvsubstance.batch.render import PackageBytes, render_variation
+
+
+@dataclasses.dataclass
+class Summary:
+    total: int = 0
+    rendered: int = 0
+    skipped: int = 0
+    failed: int = 0
+    seconds: float = 0.0
+    interrupted: bool = False
+    failures: list = dataclasses.field(default_factory=list)  # (name, reason)
+
+    @property
+    def throughput(self):
+        """Rendered variations per second of the run."""
+        return self.rendered / self.seconds if self.seconds > 0 else 0.0
+
+    def __str__(self):
+        text = (f"rendered {self.rendered}, skipped {self.skipped}, failed {self.failed} of {self.total} "
+                f"in {self.seconds:.1f} s ({self.throughput:.2f} variations/s)")
+        return text + (": interrupted, run again to resume" if self.interrupted else "")
+
+
+@dataclasses.dataclass
+class Material:
+    """A job's package as the runner sends it: bytes, digests, the outputs rendered."""
+    package: bytes
+    stack: bytes
+    digest: str    # of the material: both parts
+    parts: tuple   # SHA-256 of the package and of the stack (None without one)
+    outputs: tuple
+
+
+def read_materials(job, names):
+    materials = {}
+    for name in names:
+        entry = job.packages[name]
+        try:
+            package = entry.path.read_bytes()
+            stack = None if entry.stack is None else entry.stack.read_bytes()
+            outputs = kvsubstance.open(package, stack=stack).outputs
+        except OSError as error:
+            raise JobError(f"packages: {name}: cannot read {error.filename}: {error.strerror}") from None
+        except kvsubstance.PackageError as error:
+            raise JobError(f"packages: {name}: {error}") from None
+        unknown = sorted(set(job.outputs or ()) - set(outputs))
+        if unknown:
+            raise JobError(f"outputs: {name} has no output {', '.join(unknown)} (outputs: {', '.join(outputs)})")
+        parts = tuple(None if part is None else hashlib.sha256(part).hexdigest() for part in (package, stack))
+        digest = hashlib.sha256(repr(parts).encode()).hexdigest()
+        materials[name] = Material(package, stack, digest, parts, tuple(job.outputs or outputs))
+    return materials
+
+
+def make_tasks(job, materials, manifest):
+    """The tasks of variations not yet done, and how many were."""
+    tasks, skipped = [], 0
+    for variation in job.variations:
+        material = materials[variation.package]
+        name = variation.name
+        if manifest.is_done(name, material.digest, job.format, material.outputs):
+            skipped += 1
+            continue
+        tasks.append({"name": name, "settings": variation.settings(), "package": variation.package,
+                      "parts": material.parts,
+                      "state": None if variation.state is None else job.states[variation.state],
+                      "digest": material.digest, "outputs": material.outputs, "format": job.format,
+                      "destination": str(job.destination.resolve()), "engine_threads": job.engine_threads})
+    return tasks, skipped
+
+
+def start_client(scheduler, workers):
+    """A client of the scheduler at the address, or of a new cluster on this machine; and the cluster."""
+    if scheduler is not None:
+        return Client(scheduler), None
+    # One single-threaded worker process per core: a render runs on one core, and the GIL is not shared.
+    cluster = LocalCluster(n_workers=workers or os.cpu_count(), threads_per_worker=1, processes=True,
+                           dashboard_address=None, silence_logs=logging.ERROR)
+    return Client(cluster), cluster
+
+
+def submit(client, tasks, materials):
+    """The task of each future. The bytes of the packages go to the workers
+    once, in a worker plugin: the scheduler hands it to every worker,
+    replacements of dead ones too. (Scattered data would be lost for good
+    with the workers holding it; a task's result can deadlock the 2022
+    scheduler's queue when it must be made again.)"""
+    parts = {}
+    for name in {task["package"] for task in tasks}:
+        material = materials[name]
+        parts.update((digest, part) for digest, part in zip(material.parts, (material.package, material.stack))
+                     if part is not None)
+    plugin = f"kv-packages-{hashlib.sha256(''.join(sorted(parts)).encode()).hexdigest()}"
+    client.register_worker_plugin(PackageBytes(parts), name=plugin)
+    return plugin, {client.submit(render_variation, task, pure=False): task for task in tasks}
+
+
+def collect(pending, manifest, summary, progress):
+    for future, result in as_completed(pending, with_results=True, raise_errors=False):
+        task = pending.pop(future)
+        if future.status == "finished":
+            record = result
+        else:
+            # The task never returned: its workers died, or it could not be run at all.
+            error = result[1] if isinstance(result, tuple) else result
+            record = {"name": task["name"], "variation": task["settings"], "package_sha256": task["digest"],
+                      "format": task["format"], "status": "failed", "reason": f"{type(error).__name__}: {error}"}
+        future.release()
+        manifest.add(record)
+        if record["status"] == "rendered":
+            summary.rendered += 1
+        else:
+            summary.failed += 1
+            summary.failures.append((record["name"], record["reason"]))
+        progress.update(record["status"])
+
+
+def run(job, scheduler=None, workers=None, client=None, progress=None):
+    """Runs the job; a Summary. ``client``: a Dask client to use as it is,
+    else one of ``scheduler`` (an address), else a LocalCluster of
+    ``workers`` processes (one per core when None)."""
+    began = time.perf_counter()
+    job.destination.mkdir(parents=True, exist_ok=True)
+    remove_partials(job.destination)
+    materials = read_materials(job, {variation.package for variation in job.variations})
+    manifest = Manifest(job.destination)
+    tasks, skipped = make_tasks(job, materials, manifest)
+    summary = Summary(total=len(job.variations), skipped=skipped)
+    progress = progress or Progress(summary.total, skipped)
+    own_client, cluster = client is None, None
+    pending, plugin = {}, None
+    try:
+        if tasks:
+            if own_client:
+                client, cluster = start_client(scheduler, workers)
+            plugin, pending = submit(client, tasks, materials)
+            collect(pending, manifest, summary, progress)
+    except KeyboardInterrupt:
+        summary.interrupted = True
+        for future in list(pending):
+            future.cancel()
+    finally:
+        manifest.close([variation.name for variation in job.variations])
+        if plugin is not None and cluster is None:
+            client.unregister_worker_plugin(plugin)  # the workers outlive this run
+        if own_client and client is not None:
+            client.close()
+        if cluster is not None:
+            cluster.close()
+        # Only now no worker of this run is writing.
+        remove_partials(job.destination)
+        summary.seconds = time.perf_counter() - began
+        progress.finish()
+    return summary

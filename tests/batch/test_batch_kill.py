@@ -1,0 +1,51 @@
+# Every worker process killed in the middle of a job: the scheduler reruns
+# their tasks on the replacements the nannies start, which get the package
+# bytes again, and the job still ends with every file whole and right and
+# no temporary file behind.
+import os
+import signal
+import threading
+import time
+
+from conftest import batch, distributed, read_png, render_alone
+
+OUTPUTS = ["Output"]  # all that the stack has
+
+
+def kill_busy_workers(client, pids, manifest, killed):
+    """Once a few variations are done, kills every worker that is running one."""
+    deadline = time.monotonic() + 60
+    while time.monotonic() < deadline:
+        if manifest.exists() and manifest.read_text().count("\n") >= 5:
+            busy = [address for address, tasks in client.processing().items() if tasks]
+            for address in busy:
+                os.kill(pids[address], signal.SIGKILL)
+            killed.extend(busy)
+            if busy:
+                return
+        time.sleep(0.005)
+
+
+def test_killed_workers_mid_job_still_give_the_whole_result(samples, tmp_path):
+    stone = str(samples / "stone_tiles.mpk")
+    job = batch.make_job({"packages": {"stone": stone, "tinted": {"package": stone, "stack": str(samples / "tint.mpk")}},
+                          "variations": {"seed": "1-20", "package": ["stone", "tinted"]}, "outputs": OUTPUTS,
+                          "size": 128, "destination": str(tmp_path)})
+    with distributed.LocalCluster(n_workers=2, threads_per_worker=1, processes=True, dashboard_address=None) \
+            as cluster, distributed.Client(cluster) as client:
+        killed = []
+        killer = threading.Thread(target=kill_busy_workers,
+                                  args=(client, client.run(os.getpid), tmp_path / "manifest.jsonl", killed))
+        killer.start()
+        summary = batch.run(job, client=client)
+        killer.join()
+    assert killed, "the job ended before a worker could be killed"
+    assert (summary.rendered, summary.failed) == (40, 0), summary.failures[:3]
+    records = batch.manifest.Manifest(tmp_path).records
+    assert set(records) == {v.name for v in job.variations}
+    assert not [p for p in tmp_path.iterdir() if ".partial-" in p.name]
+    for variation in job.variations:
+        files = records[variation.name]["files"]
+        assert all(batch.files.sha256_of(tmp_path / f["file"]) == f["sha256"] for f in files.values())
+        alone = render_alone(job, variation, OUTPUTS)
+        assert all((read_png(tmp_path / files[o]["file"]) == alone[o]).all() for o in alone), variation
