@@ -388,7 +388,7 @@ TEST(NodeKinds, CatalogueIsSortedAndFindsKindsAndParamsByName) {
     EXPECT_EQ(findNodeKind("noise"), nullptr);
     const NodeKindInfo& fbm = *findNodeKind("noise.fbm");
     EXPECT_EQ(findParam(fbm, "octaves"), 1);
-    EXPECT_EQ(findParam(fbm, "lacunarity"), -1);
+    EXPECT_EQ(findParam(fbm, "frequency"), -1);
     EXPECT_TRUE(findNodeKind("input.image")->readsGraphInput());
     EXPECT_EQ(findNodeKind("blend")->imageInputs.size(), 3u);
 }

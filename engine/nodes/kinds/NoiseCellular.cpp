@@ -1,7 +1,8 @@
 // noise.cellular: tileable cellular (Worley) noise.
+#include "engine/nodes/FeaturePoints.h"
 #include "engine/nodes/KernelShapes.h"
 #include "engine/nodes/KindTable.h"
-#include "engine/nodes/Random.h"
+#include "engine/nodes/LatticeNoise.h"
 
 #include <algorithm>
 #include <cmath>
@@ -26,25 +27,6 @@ NodeKindInfo table() {
         .seed();
 }
 
-// One feature point per cell of a scale x scale grid that wraps, so the
-// texture tiles; distances are in cell units.
-struct FeaturePoints {
-    int cells = 0;
-    std::vector<float> x, y, value; // offsets inside the cell and the cell's random value
-
-    FeaturePoints(int count, float jitter, uint32_t seed)
-        : cells(count), x(static_cast<size_t>(count) * count), y(x.size()), value(x.size()) {
-        for (int j = 0; j < count; ++j)
-            for (int i = 0; i < count; ++i) {
-                const size_t k = static_cast<size_t>(j) * count + i;
-                const uint32_t h = hash3(seed, static_cast<uint32_t>(i), static_cast<uint32_t>(j));
-                x[k] = 0.5f + (hashToUnit(h) - 0.5f) * jitter;
-                y[k] = 0.5f + (hashToUnit(hashMix(h + 1u)) - 0.5f) * jitter;
-                value[k] = hashToUnit(hashMix(h + 2u));
-            }
-    }
-};
-
 void evaluate(const NodeRun& run, Image& out) {
     const int cells = run.integer("scale");
     const int mode = run.choice("mode");
@@ -63,13 +45,10 @@ void evaluate(const NodeRun& run, Image& out) {
             // the loop over a run keeps the two nearest without branches.
             int x = 0;
             for (int cx = 0; cx < cells && x < run.width; ++cx) {
-                int end =
-                    static_cast<int>(std::ceil((static_cast<double>(cx) + 1.0) * run.width / cells - 0.5));
-                end = std::clamp(end, x, run.width);
+                const int end = std::clamp(cellEnd(cx, run.width, cells), x, run.width);
                 for (int dy = -1; dy <= 1; ++dy) {
-                    const size_t rowBase = static_cast<size_t>(wrapIndex(cy + dy, cells)) * cells;
                     for (int dx = -1; dx <= 1; ++dx) {
-                        const size_t k = rowBase + static_cast<size_t>(wrapIndex(cx + dx, cells));
+                        const size_t k = points.index(cx + dx, cy + dy);
                         const float fx = static_cast<float>(cx + dx) + points.x[k];
                         const float ey = static_cast<float>(cy + dy) + points.y[k] - py;
                         const float ey2 = ey * ey;

@@ -1,7 +1,7 @@
 // pattern.bricks: a running-bond brick wall as a height.
 #include "engine/nodes/KernelShapes.h"
 #include "engine/nodes/KindTable.h"
-#include "engine/nodes/Random.h"
+#include "engine/nodes/TileSurface.h"
 
 #include <algorithm>
 #include <cmath>
@@ -21,7 +21,10 @@ NodeKindInfo table() {
         .number("bevel", 0.15f, 0.0f, 1.0f, "width of the bevel as a fraction of a brick's height")
         .number("offset", 0.5f, -1.0f, 1.0f, "shift of every other row, in bricks")
         .number("variation", 0.3f, 0.0f, 1.0f, "how much the level differs between bricks")
-        .seed();
+        .seed()
+        // After seed, so that stored packages, which hold parameters by position, read as before.
+        .number("tilt", 0.0f, 0.0f, 1.0f,
+                "how far each brick leans, lower on one side, in a random direction");
 }
 
 // Every other row shifted by `offset` of a brick. 0 in the mortar, rising
@@ -34,6 +37,7 @@ void evaluate(const NodeRun& run, Image& out) {
     const float bevel = run.number("bevel");
     const float offset = run.number("offset");
     const float variation = run.number("variation");
+    const float tilt = run.number("tilt");
     const uint32_t seed = run.seed();
     const float aspect = rows / columns; // brick width in brick heights
     const int columnCount = bricks[0];
@@ -50,12 +54,9 @@ void evaluate(const NodeRun& run, Image& out) {
             const float fx = bx - cell;
             const float edge = std::min(std::min(fx, 1.0f - fx) * aspect, edgeY);
             const int column = wrapIndex(static_cast<int>(std::fmod(cell, columns)), columnCount);
-            const float level = 1.0f - variation * hashToUnit(hash3(seed, static_cast<uint32_t>(column),
-                                                                    static_cast<uint32_t>(brickRow)));
-            // A zero bevel is a sharp step at the mortar's edge.
-            const float rise =
-                bevel > 0.0f ? clamp01((edge - mortar) / bevel) : (edge > mortar ? 1.0f : 0.0f);
-            row[x] = level * rise;
+            const uint32_t h = hash3(seed, static_cast<uint32_t>(column), static_cast<uint32_t>(brickRow));
+            const float level = tiltedLevel(1.0f - variation * hashToUnit(h), tilt, h, fx, fy);
+            row[x] = level * bevelRise(edge, mortar, bevel);
         }
     });
 }
