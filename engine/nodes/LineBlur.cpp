@@ -10,8 +10,8 @@ namespace kvengine {
 
 namespace {
 
-constexpr int kTaps = 8;      // taps per pass
-constexpr int kMaxPasses = 5; // 8^5 taps cover the longest segment at the largest size
+constexpr int kTaps = 4;      // taps per pass: 4 needs the fewest samples for a given reach
+constexpr int kMaxPasses = 7; // 4^7 taps cover the longest segment at the largest size
 
 // Passes needed for taps no further apart than a pixel.
 int passesFor(float lengthInPixels) {
@@ -28,26 +28,29 @@ float reduceStart(LineReduce reduce) {
 }
 
 // One pass: each pixel combines kTaps samples of `from` spaced by `spacing`
-// times its segment, centred on the segment's point `shift`.
+// times its segment, centred on the segment's point `shift`. The places are
+// found once per pixel and read in every channel.
 void pass(const Image& from, Image& to, float spacing, float shift, const LineBlurShape& shape,
           const LineSegments& segments, const Parallel& parallel) {
-    const int width = to.width(), height = to.height();
+    const int width = to.width(), height = to.height(), channels = to.channels();
     parallel.run(height, [&](int y0, int y1) {
         std::vector<float> du(static_cast<size_t>(width)), dv(du.size());
+        BilinearTap taps[kTaps];
         for (int y = y0; y < y1; ++y) {
             segments(y, du.data(), dv.data());
             const float v0 = pixelCentre(y, height);
-            for (int c = 0; c < to.channels(); ++c) {
-                const float* plane = from.plane(c);
-                float* dst = to.row(c, y);
-                for (int x = 0; x < width; ++x) {
-                    const float u0 = pixelCentre(x, width);
-                    float result = reduceStart(shape.reduce);
-                    for (int i = 0; i < kTaps; ++i) {
-                        const float f = shift + (static_cast<float>(i) - 0.5f * (kTaps - 1)) * spacing;
-                        const float s =
-                            sampleWrapped(plane, width, height, u0 + f * du[static_cast<size_t>(x)],
+            for (int x = 0; x < width; ++x) {
+                const float u0 = pixelCentre(x, width);
+                for (int i = 0; i < kTaps; ++i) {
+                    const float f = shift + (static_cast<float>(i) - 0.5f * (kTaps - 1)) * spacing;
+                    taps[i] = bilinearTap(width, height, u0 + f * du[static_cast<size_t>(x)],
                                           v0 + f * dv[static_cast<size_t>(x)]);
+                }
+                for (int c = 0; c < channels; ++c) {
+                    const float* plane = from.plane(c);
+                    float result = reduceStart(shape.reduce);
+                    for (const BilinearTap& tap : taps) {
+                        const float s = sampleTap(plane, tap);
                         if (shape.reduce == LineReduce::Minimum)
                             result = std::min(result, s);
                         else if (shape.reduce == LineReduce::Maximum)
@@ -55,7 +58,7 @@ void pass(const Image& from, Image& to, float spacing, float shift, const LineBl
                         else
                             result += s;
                     }
-                    dst[x] = shape.reduce == LineReduce::Average ? result * (1.0f / kTaps) : result;
+                    to.row(c, y)[x] = shape.reduce == LineReduce::Average ? result * (1.0f / kTaps) : result;
                 }
             }
         }

@@ -1,7 +1,7 @@
 // Blur along a segment that may turn from pixel to pixel, shared by the
 // directional, radial and slope blurs. A long segment is read as a comb of
-// evenly spaced taps built from a few passes of eight taps each (each pass
-// spreads the previous one eight times wider), so the cost grows with the
+// evenly spaced taps built from a few passes of four taps each (each pass
+// spreads the previous one four times wider), so the cost grows with the
 // logarithm of the length. Along a curving field each pass follows the
 // direction where it reads, which bends the comb with the field.
 #pragma once

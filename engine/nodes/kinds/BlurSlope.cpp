@@ -20,7 +20,7 @@ NodeKindInfo table() {
         .choice("mode", 0, {"average", "min", "max"}, "how the samples along the slope combine")
         .source("input", "the image to smear")
         .map("slope", 0.5f, "the height whose slopes guide the smear")
-        .scratchImages(2); // the gray slope and the passes' buffer
+        .scratchImages(4); // the gray slope, the field's two components and the passes' buffer
 }
 
 // The slope is the map's gradient in height per texture side, measured
@@ -39,10 +39,13 @@ void evaluate(const NodeRun& run, Image& out) {
     const float reachU = std::max(0.25f * length, 1.0f / static_cast<float>(width));
     const float reachV = std::max(0.25f * length, 1.0f / static_cast<float>(height));
     const float* h = slope.plane(0);
-    lineBlur(
-        run.input(0), out, shape,
-        [&](int y, float* du, float* dv) {
+    // The field is found once; every pass of the blur reads it.
+    Image alongU(width, height, 1), alongV(width, height, 1);
+    run.parallel->run(height, [&](int y0, int y1) {
+        for (int y = y0; y < y1; ++y) {
             const float v = pixelCentre(y, height);
+            float* du = alongU.row(0, y);
+            float* dv = alongV.row(0, y);
             for (int x = 0; x < width; ++x) {
                 const float u = pixelCentre(x, width);
                 const float gx = (sampleWrapped(h, width, height, u + reachU, v) -
@@ -55,6 +58,13 @@ void evaluate(const NodeRun& run, Image& out) {
                 du[x] = gx * scale;
                 dv[x] = gy * scale;
             }
+        }
+    });
+    lineBlur(
+        run.input(0), out, shape,
+        [&](int y, float* du, float* dv) {
+            std::copy_n(alongU.row(0, y), width, du);
+            std::copy_n(alongV.row(0, y), width, dv);
         },
         *run.parallel);
 }
