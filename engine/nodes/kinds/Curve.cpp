@@ -102,7 +102,8 @@ std::vector<float> tabulate(const std::vector<Point>& p) {
 void evaluate(const NodeRun& run, Image& out) {
     const std::vector<float> values = tabulate(sortedPoints(run));
     pointFilter(run, out, [&](float v) {
-        const float at = clamp01(v) * kTableSize;
+        // Written so that NaN reads as 0 rather than as an index.
+        const float at = (v > 0.0f ? std::min(v, 1.0f) : 0.0f) * kTableSize;
         const int i = std::min(static_cast<int>(at), kTableSize - 1);
         const float t = at - static_cast<float>(i);
         return values[static_cast<size_t>(i)] +
