@@ -21,37 +21,42 @@ NodeKindInfo table() {
              "the output of flood.fill, read as its four channels of cell boxes, not as a gray level");
 }
 
-void evaluate(const NodeRun& run, Image& out) {
+// measure(cell, u, v) for every pixel inside a cell, 0 on the lines; one
+// loop per measure keeps the choice out of the pixel loop.
+template <typename Measure>
+void fill(const NodeRun& run, Image& out, Measure&& measure) {
     const CellRows cells(run.input(0));
-    const int output = run.choice("output");
     generateRows(run, out, [&](int y, float* row) {
         const float v = pixelCentre(y, run.height);
         for (int x = 0; x < run.width; ++x) {
             const CellRows::Cell cell = cells.at(x, y);
-            float value = 0.0f;
-            switch (output) {
-            case CentreU:
-                value = cell.u;
-                break;
-            case CentreV:
-                value = cell.v;
-                break;
-            case Width:
-                value = cell.width;
-                break;
-            case Height:
-                value = cell.height;
-                break;
-            case LocalU:
-                value = 0.5f + cell.offsetU(pixelCentre(x, run.width)) / cell.width;
-                break;
-            default:
-                value = 0.5f + cell.offsetV(v) / cell.height;
-                break;
-            }
-            row[x] = cell.inside() ? clamp01(value) : 0.0f;
+            row[x] = cell.inside() ? clamp01(measure(cell, pixelCentre(x, run.width), v)) : 0.0f;
         }
     });
+}
+
+void evaluate(const NodeRun& run, Image& out) {
+    using Cell = CellRows::Cell;
+    switch (run.choice("output")) {
+    case CentreU:
+        fill(run, out, [](const Cell& c, float, float) { return c.u; });
+        break;
+    case CentreV:
+        fill(run, out, [](const Cell& c, float, float) { return c.v; });
+        break;
+    case Width:
+        fill(run, out, [](const Cell& c, float, float) { return c.width; });
+        break;
+    case Height:
+        fill(run, out, [](const Cell& c, float, float) { return c.height; });
+        break;
+    case LocalU:
+        fill(run, out, [](const Cell& c, float u, float) { return 0.5f + c.offsetU(u) / c.width; });
+        break;
+    default:
+        fill(run, out, [](const Cell& c, float, float v) { return 0.5f + c.offsetV(v) / c.height; });
+        break;
+    }
 }
 
 const NodeKindRegistration registration(table(), evaluate);

@@ -44,12 +44,14 @@ NodeKindInfo table() {
 
 struct Copy {
     float u, v;         // centre, texture units
-    float radius;       // texture units, at most half the side
-    float cosine, sine; // rotation over radius: texture offsets to shape units
+    float reach;        // texture units the copy covers around its centre, at most half the side
+    float cosine, sine; // rotation over the radius: texture offsets to shape units
     float value;
 };
 
-std::vector<Copy> placeCopies(const NodeRun& run, int columns, int rows) {
+// boxy: the shape fills its square, whose corners reach sqrt(2) radii once turned.
+std::vector<Copy> placeCopies(const NodeRun& run, int columns, int rows, bool boxy) {
+    const float corner = boxy ? 1.4142136f : 1.0f;
     const float cell = 1.0f / static_cast<float>(std::max(columns, rows));
     const float size = run.number("size"), sizeVariation = run.number("size_variation");
     const float jitter = run.number("jitter"), turn = run.number("rotation");
@@ -66,10 +68,12 @@ std::vector<Copy> placeCopies(const NodeRun& run, int columns, int rows) {
             c.v = (static_cast<float>(j) + 0.5f + jitter * (random(2) - 0.5f)) / static_cast<float>(rows);
             c.u -= std::floor(c.u);
             c.v -= std::floor(c.v);
-            c.radius = std::min(0.5f * size * cell * (1.0f - sizeVariation * random(3)), 0.5f);
+            const float radius =
+                std::min(0.5f * size * cell * (1.0f - sizeVariation * random(3)), 0.5f / corner);
+            c.reach = radius * corner;
             const float angle = 6.2831853f * turn * random(4);
-            c.cosine = std::cos(angle) / c.radius;
-            c.sine = std::sin(angle) / c.radius;
+            c.cosine = std::cos(angle) / radius;
+            c.sine = std::sin(angle) / radius;
             c.value = 1.0f - valueVariation * random(5);
             copies.push_back(c);
         }
@@ -89,10 +93,12 @@ const float* grayPlane(const Image& image, std::vector<float>& scratch) {
 void evaluate(const NodeRun& run, Image& out) {
     const std::array<int, 4> grid = run.integers("grid");
     const int columns = grid[0], rows = grid[1];
-    const std::vector<Copy> copies = placeCopies(run, columns, rows);
     const int shapeChoice = run.choice("shape");
     Shape shape;
     shape.kind = static_cast<ShapeKind>(std::min(shapeChoice, kImage - 1));
+    const bool boxy =
+        shapeChoice == kImage || shape.kind == ShapeKind::Square || shape.kind == ShapeKind::Pyramid;
+    const std::vector<Copy> copies = placeCopies(run, columns, rows, boxy);
     shape.sides = run.integer("sides");
     shape.inner = shape.kind == ShapeKind::Ring ? 0.3f : 0.45f;
     shape.softness = run.number("softness");
@@ -101,11 +107,11 @@ void evaluate(const NodeRun& run, Image& out) {
     const float* image = shapeChoice == kImage ? grayPlane(run.input(0), luminance) : nullptr;
     const int width = run.width, height = run.height;
 
-    // Copies stay within their radius of the centre, which strays at most
+    // Copies stay within their reach of the centre, which strays at most
     // half a cell: only rows of cells within that reach can touch a row.
     float largest = 0.0f;
     for (const Copy& c : copies)
-        largest = std::max(largest, c.radius);
+        largest = std::max(largest, c.reach);
     const int reach = static_cast<int>(std::ceil(largest * static_cast<float>(rows) + 0.5f)) + 1;
     const int first = 2 * reach + 1 >= rows ? 0 : -reach;
     const int last = 2 * reach + 1 >= rows ? rows - 1 : reach;
@@ -125,13 +131,13 @@ void evaluate(const NodeRun& run, Image& out) {
                     const Copy& c = rowCopies[i];
                     float dv = v - c.v;
                     dv -= std::round(dv);
-                    if (std::fabs(dv) >= c.radius)
+                    if (std::fabs(dv) >= c.reach)
                         continue;
-                    // Pixels whose centres lie within the radius across, at most one turn of the row.
+                    // Pixels whose centres lie within the reach across, at most one turn of the row.
                     const int x0 =
-                        static_cast<int>(std::ceil((c.u - c.radius) * static_cast<float>(width) - 0.5f));
+                        static_cast<int>(std::ceil((c.u - c.reach) * static_cast<float>(width) - 0.5f));
                     const int x1 =
-                        static_cast<int>(std::floor((c.u + c.radius) * static_cast<float>(width) - 0.5f));
+                        static_cast<int>(std::floor((c.u + c.reach) * static_cast<float>(width) - 0.5f));
                     const int count = std::min(x1 - x0 + 1, width);
                     for (int k = 0; k < count; ++k) {
                         const float du = pixelCentre(x0 + k, width) - c.u;
