@@ -1,7 +1,8 @@
 // Properties of filter kinds worth pinning beyond the catalogue-wide checks:
 // exact distances across the wrap, identities of the normal combination, a
-// tone curve that never overshoots, a blur that keeps what it spreads, and
-// the sides that the emboss light and the height blend pick.
+// tone curve that never overshoots, a blur that keeps what it spreads, the
+// sides that the emboss light, the height blend and the vector warp pick, and
+// where each shuffled channel comes from.
 #include "EvaluatorFixtures.h"
 
 #include <gtest/gtest.h>
@@ -222,6 +223,48 @@ TEST(FilterProperties, HeightBlendFollowsTheHigherSurfaceWhereTheMaskAllows) {
         EXPECT_EQ(at(mask, x, 0), r < 0.6f ? 1.0f : 0.0f) << x;
         EXPECT_EQ(at(masked, x, 0), r) << x;
     }
+}
+
+TEST(FilterProperties, VectorWarpMovesContentAlongRedAndUpAlongGreenAcrossTheWrap) {
+    // A full-scale red (1) at intensity 0.125 moves content 0.125 along +u,
+    // 4 pixels of 32; green moves it up (-v) the same way.
+    GraphBuilder b(5, 5);
+    const int across = b.addNode("gradient.linear", {{"periods", constantExpr(1, 0)}});
+    const int down = b.addNode("gradient.linear", {{"periods", constantExpr(0, 1)}});
+    const int right = b.addNode("color.uniform", {{"color", constantExpr(1, 0.5f, 0.5f, 1)}});
+    const int up = b.addNode("color.uniform", {{"color", constantExpr(0.5f, 1, 0.5f, 1)}});
+    const kvtest::NamedParams reach = {{"intensity", constantExpr(0.125f)}};
+    b.addOutput("across", across, SubstancePixelFormat_L32F);
+    b.addOutput("down", down, SubstancePixelFormat_L32F);
+    b.addOutput("moved_right", b.addNode("warp.vector", reach, {across, right}), SubstancePixelFormat_L32F);
+    b.addOutput("moved_up", b.addNode("warp.vector", reach, {down, up}), SubstancePixelFormat_L32F);
+    auto results = kvtest::renderAssembly(b.assembly());
+    const std::vector<float> u = kvtest::floats(results[0]), v = kvtest::floats(results[1]);
+    const std::vector<float> right4 = kvtest::floats(results[2]), up4 = kvtest::floats(results[3]);
+    for (int i = 0; i < kSide; ++i) {
+        EXPECT_NEAR(at(right4, i, 7), at(u, (i + kSide - 4) % kSide, 7), 1e-5f) << i;
+        EXPECT_NEAR(at(up4, 7, i), at(v, 7, (i + 4) % kSide), 1e-5f) << i;
+    }
+}
+
+TEST(FilterProperties, ChannelShuffleTakesEachChannelFromWhereItSays) {
+    GraphBuilder b(2, 2);
+    const int colour = b.addNode("color.uniform", {{"color", constantExpr(0.1f, 0.2f, 0.3f, 0.4f)}});
+    const int gray = b.addNode("grayscale", {},
+                               {b.addNode("color.uniform", {{"color", constantExpr(0.7f, 0.7f, 0.7f, 1)}})});
+    // red = the other image's green, green = blue, blue = one, alpha = zero.
+    const int shuffled = b.addNode("channel.shuffle",
+                                   {{"red", constantExpr(5)},
+                                    {"green", constantExpr(2)},
+                                    {"blue", constantExpr(9)},
+                                    {"alpha", constantExpr(8)}},
+                                   {colour, gray});
+    b.addOutput("out", shuffled, SubstancePixelFormat_RGBA32F);
+    const std::vector<float> texels = kvtest::floats(kvtest::renderAssembly(b.assembly())[0]);
+    EXPECT_NEAR(texels[0], 0.7f, 1e-6f);
+    EXPECT_NEAR(texels[1], 0.3f, 1e-6f);
+    EXPECT_EQ(texels[2], 1.0f);
+    EXPECT_EQ(texels[3], 0.0f);
 }
 
 } // namespace
