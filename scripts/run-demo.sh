@@ -4,7 +4,9 @@
 # the tint effect on it through the library, sets an input, renders the
 # texture, prints the state string and checks that a fresh material given
 # that string renders the same bytes; then kvs renders every output of the
-# material, the stack with a preset at a few seeds, and saves a state.
+# material, the stack with a preset at a few seeds, and saves a state; last,
+# the base colour of every other sample material, and the moss effect
+# stacked on one of them.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -22,3 +24,7 @@ build/release/samples/material_host "$samples/stone_tiles.mpk" "$samples/tint.mp
 "$kvs" render "$samples/stone_tiles.mpk" --stack "$samples/tint.mpk" --preset "Old courtyard" --seeds 1-3 --outdir out/stacked
 "$kvs" state save "$samples/stone_tiles.mpk" --stack "$samples/tint.mpk" --preset "Old courtyard" -o out/courtyard.state
 cat out/courtyard.state
+for material in wood_planks rusted_metal woven_fabric bark cracked_earth; do
+    "$kvs" render "$samples/$material.mpk" --output Output --outdir out/samples
+done
+"$kvs" render "$samples/bark.mpk" --stack "$samples/moss.mpk" --preset Damp --outdir out/samples

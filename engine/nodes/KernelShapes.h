@@ -84,6 +84,17 @@ void resampleFilter(const NodeRun& run, Image& out, Coordinates&& coordinates) {
     });
 }
 
+// Input `slot` read as gray, as an image of its own: for kernels that read
+// the gray level around each pixel rather than row by row.
+inline Image grayInput(const NodeRun& run, size_t slot) {
+    Image gray(run.width, run.height, 1);
+    run.parallel->run(run.height, [&](int y0, int y1) {
+        for (int y = y0; y < y1; ++y)
+            luminanceRow(run.input(slot), y, gray.row(0, y));
+    });
+    return gray;
+}
+
 // Centre of pixel i of n, in texture units.
 inline float pixelCentre(int i, int n) {
     return (static_cast<float>(i) + 0.5f) / static_cast<float>(n);

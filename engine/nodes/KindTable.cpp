@@ -112,6 +112,11 @@ KindTable& KindTable::map(const char* name, float unconnected, const char* help)
     return *this;
 }
 
+KindTable& KindTable::colourMap(const char* name, const char* help) {
+    info_.imageInputs.push_back({name, InputUse::ColourMap, 0.5f, help});
+    return *this;
+}
+
 KindTable& KindTable::scratchImages(int count) {
     info_.scratchImages = count;
     return *this;

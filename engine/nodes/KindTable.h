@@ -46,9 +46,12 @@ public:
     // Rounds component k of the last (whole-number) parameter up to an even number.
     KindTable& evenComponent(uint32_t component);
 
-    // Image inputs: a source is read channel by channel, a map as a gray level.
+    // Image inputs: a source is read channel by channel, a map as a gray level;
+    // unconnected, a source or a colour map reads 0.5.
     KindTable& source(const char* name, const char* help);
     KindTable& map(const char* name, float unconnected, const char* help);
+    // An input read channel by channel that leaves the output's channels alone.
+    KindTable& colourMap(const char* name, const char* help);
 
     KindTable& scratchImages(int count);
 

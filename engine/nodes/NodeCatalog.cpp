@@ -60,6 +60,18 @@ const NodeKindInfo* findNodeKind(const std::string& name) {
     return kind ? &kind->info : nullptr;
 }
 
+const char* inputUseName(InputUse use) {
+    switch (use) {
+    case InputUse::Map:
+        return "map";
+    case InputUse::ColourMap:
+        return "colour_map";
+    case InputUse::Source:
+        break;
+    }
+    return "source";
+}
+
 int findParam(const NodeKindInfo& kind, const std::string& name) {
     for (size_t i = 0; i < kind.params.size(); ++i)
         if (name == kind.params[i].name)

@@ -52,7 +52,14 @@ struct ParamSpec {
 enum class InputUse : uint8_t {
     Source, // read channel by channel; its channels decide the output's
     Map,    // read as a gray level: the luminance of a colour image
+    // Read channel by channel without deciding the output's channels: a
+    // vector field, a normal map, channels to rearrange. A gray image answers
+    // every colour channel with its gray level and alpha with 1.
+    ColourMap,
 };
+
+// "source", "map" or "colour_map", as package tools print it.
+const char* inputUseName(InputUse use);
 
 struct ImageInputSpec {
     const char* name = "";

@@ -31,7 +31,7 @@ void luminanceRow(const Image& image, int y, float* out) {
         out[x] = kLumaR * r[x] + kLumaG * g[x] + kLumaB * b[x];
 }
 
-float sampleWrapped(const float* plane, int width, int height, float u, float v) {
+BilinearTap bilinearTap(int width, int height, float u, float v) {
     float px = u * static_cast<float>(width) - 0.5f;
     float py = v * static_cast<float>(height) - 0.5f;
     if (!std::isfinite(px) || !std::isfinite(py))
@@ -42,13 +42,15 @@ float sampleWrapped(const float* plane, int width, int height, float u, float v)
     const float ty = py - fy0;
     const int x0 = wrapCoordinate(fx0, width);
     const int y0 = wrapCoordinate(fy0, height);
-    const int x1 = x0 + 1 == width ? 0 : x0 + 1;
     const int y1 = y0 + 1 == height ? 0 : y0 + 1;
-    const float* row0 = plane + static_cast<size_t>(y0) * width;
-    const float* row1 = plane + static_cast<size_t>(y1) * width;
-    const float top = row0[x0] + (row0[x1] - row0[x0]) * tx;
-    const float bottom = row1[x0] + (row1[x1] - row1[x0]) * tx;
-    return top + (bottom - top) * ty;
+    BilinearTap tap;
+    tap.row0 = static_cast<size_t>(y0) * static_cast<size_t>(width);
+    tap.row1 = static_cast<size_t>(y1) * static_cast<size_t>(width);
+    tap.x0 = x0;
+    tap.x1 = x0 + 1 == width ? 0 : x0 + 1;
+    tap.tx = tx;
+    tap.ty = ty;
+    return tap;
 }
 
 } // namespace kvengine

@@ -25,7 +25,27 @@ constexpr float kLumaB = 0.0722f;
 // Row y of the image read as gray (a gray image is copied, a colour one reduced to luminance).
 void luminanceRow(const Image& image, int y, float* out);
 
+// Where a bilinear sample at (u, v) in texture units reads, wrapping on both
+// axes: two row offsets, two columns and the fractions between them. Kernels
+// that sample several planes at one place find it once.
+struct BilinearTap {
+    size_t row0 = 0, row1 = 0;
+    int x0 = 0, x1 = 0;
+    float tx = 0.0f, ty = 0.0f;
+};
+BilinearTap bilinearTap(int width, int height, float u, float v);
+
+inline float sampleTap(const float* plane, const BilinearTap& tap) {
+    const float* r0 = plane + tap.row0;
+    const float* r1 = plane + tap.row1;
+    const float top = r0[tap.x0] + (r0[tap.x1] - r0[tap.x0]) * tap.tx;
+    const float bottom = r1[tap.x0] + (r1[tap.x1] - r1[tap.x0]) * tap.tx;
+    return top + (bottom - top) * tap.ty;
+}
+
 // Bilinear sample of one plane at (u, v) in texture units, wrapping on both axes.
-float sampleWrapped(const float* plane, int width, int height, float u, float v);
+inline float sampleWrapped(const float* plane, int width, int height, float u, float v) {
+    return sampleTap(plane, bilinearTap(width, height, u, v));
+}
 
 } // namespace kvengine

@@ -3,7 +3,8 @@
 // (every value of an enumeration or a flag), a render is finite and within
 // [0, 1], tiles, and has the same bytes at 1 and 4 threads. A kind's renders
 // together must match the checksum kept for it in NodeReferences.txt, so a
-// change says which kind moved; a kind without a reference fails.
+// change says which kind moved; a kind without a reference fails. Every kind
+// also survives images holding NaN and infinities.
 #include "EvaluatorFixtures.h"
 
 #include "engine/nodes/NodeKind.h"
@@ -15,6 +16,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <map>
 #include <sstream>
 
@@ -83,6 +85,24 @@ const std::vector<float>& grayTexels() {
     return texels;
 }
 
+// Texels no render makes but a host may push: NaN and both infinities among
+// values outside [0, 1], for kernels that turn a level into an index.
+const std::vector<float>& hostileTexels() {
+    static const std::vector<float> texels = [] {
+        const float specials[] = {std::numeric_limits<float>::quiet_NaN(),
+                                  std::numeric_limits<float>::infinity(),
+                                  -std::numeric_limits<float>::infinity(),
+                                  2.0f,
+                                  -1.0f,
+                                  0.5f};
+        std::vector<float> t(static_cast<size_t>(kWidth) * kHeight * 4);
+        for (size_t i = 0; i < t.size(); ++i)
+            t[i] = specials[(i * 7 + i / 5) % 6];
+        return t;
+    }();
+    return texels;
+}
+
 void pushImage(Evaluator& evaluator, unsigned index, const std::vector<float>& texels, int format) {
     SubstanceTextureInput input{};
     input.texture.buffer = const_cast<float*>(texels.data());
@@ -92,8 +112,10 @@ void pushImage(Evaluator& evaluator, unsigned index, const std::vector<float>& t
     ASSERT_EQ(evaluator.setInput(index, SubstanceInputType_Image, &input, false), SubstanceStatus_Ok);
 }
 
-// The kind's node fed by "colour" (even slots) and "gray" (odd slots), output as RGBA32F.
-std::vector<unsigned char> render(const NodeKindInfo& kind, const Case& c, unsigned threads) {
+// The kind's node fed by "colour" (even slots) and "gray" (odd slots), output
+// as RGBA32F; with hostile, both images hold hostileTexels().
+std::vector<unsigned char> render(const NodeKindInfo& kind, const Case& c, unsigned threads,
+                                  bool hostile = false) {
     GraphBuilder b(kLog2Width, kLog2Height);
     const uint32_t colour = b.addInput("colour", InputType::Image);
     const uint32_t gray = b.addInput("gray", InputType::Image);
@@ -116,8 +138,8 @@ std::vector<unsigned char> render(const NodeKindInfo& kind, const Case& c, unsig
     EXPECT_EQ(Evaluator::create(b.assembly(), options, evaluator), SubstanceStatus_Ok);
     if (!evaluator)
         return {};
-    pushImage(*evaluator, colour, colourTexels(), SubstancePixelFormat_RGBA32F);
-    pushImage(*evaluator, gray, grayTexels(), SubstancePixelFormat_L32F);
+    pushImage(*evaluator, colour, hostile ? hostileTexels() : colourTexels(), SubstancePixelFormat_RGBA32F);
+    pushImage(*evaluator, gray, hostile ? hostileTexels() : grayTexels(), SubstancePixelFormat_L32F);
     return kvtest::renderOutputs(*evaluator)[0].bytes;
 }
 
@@ -170,6 +192,12 @@ TEST_P(EveryKind, RendersCleanlyTilesAndMatchesItsReference) {
                                       << "; its renders hash to " << hexText(hash);
     EXPECT_EQ(hexText(hash), hexText(reference->second))
         << kind.name << " moved; update its line in " << kReferenceFile << " only if that was the intent";
+}
+
+TEST_P(EveryKind, SurvivesNonFiniteTexels) {
+    const NodeKindInfo& kind = *findNodeKind(GetParam());
+    EXPECT_EQ(render(kind, Case{"defaults"}, 2, true).size(),
+              static_cast<size_t>(kWidth) * kHeight * 4 * sizeof(float));
 }
 
 std::vector<std::string> kindNames() {

@@ -111,6 +111,14 @@ kvengine::Expression compileItem(const ParamItem& item, const ParamSpec& spec, c
     return compiled.program;
 }
 
+// A one-component input is read as (v, 0, 0, 0), so arithmetic on it leaves
+// only x meaningful: broadcast x wherever such a value fills several components.
+void broadcastX(kvengine::Expression& expression) {
+    const kvengine::Op last = expression.code.back().op;
+    if (last != kvengine::Op::Component && last != kvengine::Op::Constant)
+        expression.code.push_back(kvengine::Instruction{kvengine::Op::Component, 0, {}});
+}
+
 } // namespace
 
 kvengine::Expression compileNodeParam(const ParamSource& param, const ParamSpec& declared,
@@ -123,6 +131,8 @@ kvengine::Expression compileNodeParam(const ParamSource& param, const ParamSpec&
         if (components != 1 && components != declared.components)
             place.fail("yields " + std::to_string(components) + " components, the parameter takes " +
                        std::to_string(declared.components));
+        if (components == 1 && declared.components > 1)
+            broadcastX(expression);
         return expression;
     }
     if (param.items.size() != declared.components)
@@ -148,6 +158,7 @@ kvengine::Expression compileNodeParam(const ParamSource& param, const ParamSpec&
             place.fail("list item " + std::to_string(k + 1) + " yields " + std::to_string(components) +
                        " components, list items must yield one");
         expression.code.insert(expression.code.end(), item.code.begin(), item.code.end());
+        broadcastX(expression);
         kvengine::Instruction unit = constant(0, 0, 0, 0);
         unit.value.f[k] = 1.0f;
         expression.code.push_back(unit);

@@ -66,7 +66,7 @@ Json kindObject(const kvengine::NodeKindInfo& kind) {
         object["parameters"].push_back(paramJson(spec));
     for (const kvengine::ImageInputSpec& input : kind.imageInputs)
         object["inputs"].push_back({{"name", input.name},
-                                    {"use", input.use == kvengine::InputUse::Source ? "source" : "map"},
+                                    {"use", kvengine::inputUseName(input.use)},
                                     {"unconnected", number(input.unconnected)},
                                     {"help", input.help}});
     if (kind.readsGraphInput())

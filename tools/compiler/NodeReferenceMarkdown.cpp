@@ -61,7 +61,9 @@ std::string catalogueMarkdown() {
         "  at every resolution; positions and angles (in turns) wrap around.\n"
         "- A source input is read channel by channel and decides whether the\n"
         "  output is gray or colour; a map input is read as a gray level (the\n"
-        "  luminance of a colour image). An unconnected input reads a constant gray.\n\n";
+        "  luminance of a colour image); a colour map is read channel by channel\n"
+        "  without deciding the output's channels. An unconnected input reads a\n"
+        "  constant gray.\n\n";
     for (const kvengine::NodeKindInfo& kind : kvengine::nodeCatalog())
         text += "- [`" + std::string(kind.name) + "`](#" + anchor(kind.name) + ")\n";
     for (const kvengine::NodeKindInfo& kind : kvengine::nodeCatalog())

@@ -100,9 +100,19 @@ std::string defaultText(const ParamSpec& spec) {
 }
 
 std::string inputSummary(const kvengine::ImageInputSpec& input) {
-    return std::string(input.use == kvengine::InputUse::Source ? "source, read channel by channel"
-                                                               : "map, read as a gray level") +
-           "; unconnected it reads " + messageNumberText(input.unconnected);
+    std::string text = kvengine::inputUseName(input.use);
+    switch (input.use) {
+    case kvengine::InputUse::Source:
+        text += ", read channel by channel";
+        break;
+    case kvengine::InputUse::Map:
+        text += ", read as a gray level";
+        break;
+    case kvengine::InputUse::ColourMap:
+        text += ", read channel by channel (a gray image in every colour channel)";
+        break;
+    }
+    return text + "; unconnected it reads " + messageNumberText(input.unconnected);
 }
 
 std::string outputText(kvengine::OutputChannels output) {

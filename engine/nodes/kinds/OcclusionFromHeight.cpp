@@ -28,13 +28,8 @@ NodeKindInfo table() {
 // radius and at a third of it (a wide and a tight cavity term, averaged).
 // 1 open, 0 fully occluded.
 void evaluate(const NodeRun& run, Image& out) {
-    const Image& in = run.input(0);
     const int width = run.width, height = run.height;
-    Image heights(width, height, 1);
-    run.parallel->run(height, [&](int y0, int y1) {
-        for (int y = y0; y < y1; ++y)
-            luminanceRow(in, y, heights.row(0, y));
-    });
+    const Image heights = grayInput(run, 0);
     const float radius = run.number("radius");
     const float gain = run.number("intensity") * kDepthGain * 0.5f;
     Image wide(width, height, 1), tight(width, height, 1);

@@ -7,6 +7,7 @@
 #include "tools/compiler/NumberText.h"
 #include "tools/compiler/PackageCompiler.h"
 
+#include "engine/evaluator/Expression.h"
 #include "engine/nodes/NodeCatalog.h"
 #include "engine/nodes/ParamNormalisation.h"
 
@@ -134,6 +135,36 @@ TEST(NodeParams, LabelsTakePrecedenceOverInputsOfTheSameName) {
     source["graphs"][0]["nodes"][0]["params"]["mode"] = " pick ";
     const CompiledPackage read = compilePackageSource(source.dump(), "p.json");
     EXPECT_EQ(read.assembly.graphs[0].nodes[0].params[0].code[0].op, kvengine::Op::Input);
+}
+
+TEST(NodeParams, ScalarExpressionsFillTheirComponentsWhateverTheyRead) {
+    // One-component inputs and arithmetic on them, components of a vector input, numbers.
+    const kvengine::NodeKindInfo& uniform = *kvengine::findNodeKind("color.uniform");
+    Json source = sourceWith(uniform, "color", {"tint.y * amount", "amount", "1 - amount", 1});
+    source["graphs"][0]["inputs"].push_back({{"identifier", "amount"}, {"type", "float"}});
+    source["graphs"][0]["inputs"].push_back({{"identifier", "tint"}, {"type", "float3"}});
+    const CompiledPackage package = compilePackageSource(source.dump(), "p.json");
+    const kvengine::Graph& graph = package.assembly.graphs[0];
+    std::vector<kvengine::Value4> values(graph.inputs.size());
+    for (size_t i = 0; i < graph.inputs.size(); ++i) {
+        if (graph.inputs[i].identifier == "amount")
+            values[i].f = {0.25f, 0.0f, 0.0f, 0.0f};
+        if (graph.inputs[i].identifier == "tint")
+            values[i].f = {0.2f, 0.4f, 0.6f, 0.0f};
+    }
+    const kvengine::Value4 colour =
+        kvengine::evaluateExpression(graph.nodes[0].params[0], graph.inputs, values, {});
+    EXPECT_FLOAT_EQ(colour.f[0], 0.1f);
+    EXPECT_FLOAT_EQ(colour.f[1], 0.25f);
+    EXPECT_FLOAT_EQ(colour.f[2], 0.75f);
+    EXPECT_FLOAT_EQ(colour.f[3], 1.0f);
+
+    // One expression for every component is the same value in each.
+    source["graphs"][0]["nodes"][0]["params"]["color"] = "amount * 2";
+    const CompiledPackage broadcast = compilePackageSource(source.dump(), "p.json");
+    const kvengine::Value4 gray = kvengine::evaluateExpression(
+        broadcast.assembly.graphs[0].nodes[0].params[0], graph.inputs, values, {});
+    EXPECT_EQ(gray.f, (std::array<float, 4>{0.5f, 0.5f, 0.5f, 0.5f}));
 }
 
 } // namespace
