@@ -9,9 +9,9 @@
 // these in mind):
 // - perlin-noise is 3D noise sampled at one depth (eight lattice corners a
 //   texel, in double precision) and does not tile; the engine's is 2D, tileable.
-// - cell-noise scatters a random number of feature points per cell and
-//   keeps the nearest few; the engine has one point per cell (same density).
-// - gaussian-blur is a true gaussian (IIR at this deviation) clamping at the
+// - cell-noise scatters a random (Poisson) number of feature points per
+//   cell; the engine has one point per cell (about the same density).
+// - gaussian-blur is a true gaussian (GEGL picks the filter) clamping at the
 //   edges; the engine approximates it with three box passes and wraps.
 // - the multiply of the chain runs on RGBA (GEGL's gradients are colour) and
 //   the blit converts to one channel; the engine stays gray throughout.
