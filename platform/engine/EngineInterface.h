@@ -30,9 +30,12 @@ typedef struct SubstanceDevice {
     void* platformData;
 } SubstanceDevice;
 
-/* Optional resources for a handle; pass null for the defaults. */
+/* Optional resources and budget for a handle; pass null, or 0 in a field, for the defaults. A render
+ * past the budget is refused before it allocates anything (SubstanceStatus_LimitExceeded). */
 typedef struct SubstanceHardResources {
-    unsigned int threadCount; /* worker threads; 0 means one per hardware thread */
+    unsigned int threadCount;    /* worker threads; 0 means one per hardware thread */
+    unsigned int maxTextureSide; /* largest width or height rendered, in texels; 0: 8192 */
+    size_t maxRenderBytes;       /* peak memory of one render's images; 0: half the physical memory */
 } SubstanceHardResources;
 
 /* Callback kinds for substanceContextSetCallback. */
