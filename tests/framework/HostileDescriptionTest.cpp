@@ -43,7 +43,7 @@ TEST(HostileDescriptions, GarbageAttributesReadAsZerosAndEmpties) {
     auto package = loadDescription(describe(
         5003, "<graph><outputs><output uid=\"-\" format=\"zz\" mipmaps=\"1e9\"><outputgui><channels/>"
               "</outputgui></output></outputs><inputs>"
-              "<input type=\"0\" default=\"\xff\xfe\" min=\"nanx\" alteroutputs=\",,,\"/>"
+              "<input type=\"0\" default=\"\x85\xbf\" min=\"nanx\" alteroutputs=\",,,\"/>"
               "<input type=\"4\" uid=\"99999999999\" default=\"99999999999\"/>"
               "<input type=\"3\" default=\",,,\"/></inputs></graph>"));
     ASSERT_EQ(package->graphs().size(), 1u);
