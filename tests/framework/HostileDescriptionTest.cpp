@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <vector>
 
 using namespace SubstanceAir;
 using kvtest::describe;
@@ -81,13 +82,16 @@ TEST(HostileDescriptions, CostlyXmlIsRefusedQuicklyWithItsReason) {
     for (int i = 0; i < 2000000; ++i) {
         flood += "<a/>";
     }
+    const std::vector<char> widePackage =
+        kvtest::makePackage(describe(5005, withAttributes("<graph", 40000)));
+    const std::vector<char> floodPackage = kvtest::makePackage(describe(5006, flood));
     const auto start = std::chrono::steady_clock::now();
-    auto wide = loadDescription(describe(5005, withAttributes("<graph", 40000)));
-    EXPECT_TRUE(wide->graphs().empty());
-    EXPECT_EQ(wide->loadProblem(), "the description is refused: an XML element has more than 64 attributes");
-    auto flooded = loadDescription(describe(5006, flood));
-    EXPECT_TRUE(flooded->graphs().empty());
-    EXPECT_EQ(flooded->loadProblem(), "the description is refused: the XML holds more than 100000 nodes");
+    const PackageDesc wide(widePackage.data(), widePackage.size(), nullptr);
+    EXPECT_TRUE(wide.graphs().empty());
+    EXPECT_EQ(wide.loadProblem(), "the description is refused: an XML element has more than 64 attributes");
+    const PackageDesc flooded(floodPackage.data(), floodPackage.size(), nullptr);
+    EXPECT_TRUE(flooded.graphs().empty());
+    EXPECT_EQ(flooded.loadProblem(), "the description is refused: the XML holds more than 100000 nodes");
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
 
     Presets presets;
