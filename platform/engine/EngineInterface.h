@@ -35,7 +35,7 @@ typedef struct SubstanceDevice {
 typedef struct SubstanceHardResources {
     unsigned int threadCount;    /* worker threads; 0 means one per hardware thread */
     unsigned int maxTextureSide; /* largest width or height rendered, in texels; 0: 8192 */
-    size_t maxRenderBytes;       /* peak memory of one render's images; 0: half the physical memory */
+    size_t maxRenderBytes;       /* peak memory of one render's images; 0: half the memory, 1 GiB at least */
 } SubstanceHardResources;
 
 /* Callback kinds for substanceContextSetCallback. */
