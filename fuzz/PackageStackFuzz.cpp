@@ -7,8 +7,10 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // The library keeps every stack until the process ends, and a stack
-    // borrows its packages, so they are kept as long.
-    static std::vector<std::unique_ptr<SubstanceAir::PackageDesc>> kept;
+    // borrows its packages, so they are kept as long: never destroyed, as a
+    // package destroyed after the library's renderer at exit cannot leave
+    // its registry.
+    static auto& kept = *new std::vector<std::unique_ptr<SubstanceAir::PackageDesc>>;
     if (size < 4)
         return 0;
     const size_t firstSize = data[0] | size_t(data[1]) << 8 | size_t(data[2]) << 16 | size_t(data[3]) << 24;
