@@ -2,6 +2,7 @@
 
 #include "material/SubstanceInput.h"
 #include "platform/base/Split.h"
+#include "platform/base/XmlGuard.h"
 
 #include <tinyxml.h>
 
@@ -114,7 +115,8 @@ void applyInputGui(const std::string& guiXml, SubstanceInput* input) {
     std::memcpy(buffer, guiXml.data(), length);
     buffer[length] = '\0';
     TiXmlElement parsed("");
-    const bool readable = parsed.Parse(buffer, nullptr, TIXML_ENCODING_UTF8) != nullptr;
+    const bool readable = kvUtil::isXmlWithinLimits(buffer, length) &&
+                          parsed.Parse(buffer, nullptr, TIXML_ENCODING_UTF8) != nullptr;
     const TiXmlElement empty("");
     const TiXmlElement& gui = readable ? parsed : empty;
 

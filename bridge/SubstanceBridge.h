@@ -12,6 +12,8 @@
 //
 // Rendering happens on a worker thread but each call is synchronous; calls
 // from several host threads are served one at a time.
+// What one render may cost is set with SubstanceAir::setRenderBudget
+// (framework/render/RenderBudget.h); a render past it gives no texture.
 #pragma once
 
 #include "bridge/InputSynchronisation.h"

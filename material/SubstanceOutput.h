@@ -21,7 +21,8 @@ public:
     bool getDynamicSize() const { return m_dynamicSize; }
 
 private:
-    Substance* m_owner;
+    // Part of the fixed layout; an output itself never needs its material.
+    [[maybe_unused]] Substance* m_owner;
     Format m_format;
     int m_xSize;
     int m_ySize;

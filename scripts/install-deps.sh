@@ -5,6 +5,7 @@ set -euo pipefail
 
 packages=(
     build-essential cmake pkg-config clang-format
+    clang libclang-rt-dev
     libtinyxml-dev
     libboost-dev libboost-thread-dev libboost-system-dev
     libzip-dev zlib1g-dev libpng-dev libopenexr-dev

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds everything with warnings as errors and runs the whole test suite;
 # then runs the threaded tests under ThreadSanitizer and the whole suite again
-# under AddressSanitizer + UndefinedBehaviorSanitizer.
+# under AddressSanitizer + UndefinedBehaviorSanitizer, and the same built with
+# clang, with every fuzz target replaying its seeds and fuzzing briefly.
 # Pass --quick to run the plain suite only.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -37,3 +38,8 @@ export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 configure build/asan -DCMAKE_BUILD_TYPE=Debug -DKV_SANITIZE=address,undefined
 cmake --build build/asan -j"$jobs"
 ctest --test-dir build/asan --output-on-failure -j"$jobs"
+
+# == clang and fuzzing: the whole tree built with clang (warnings as errors)
+# under AddressSanitizer + UndefinedBehaviorSanitizer, the suite run there,
+# then every fuzz target replays its seeds and fuzzes for 20 s (CI time).
+./scripts/run-fuzz.sh 20

@@ -163,7 +163,11 @@ int substanceHandleInit(SubstanceHandle** handle, SubstanceContext* context, con
             !status.ok())
             return status;
         kvengine::EvaluatorOptions options;
-        options.threadCount = resources ? resources->threadCount : 0;
+        if (resources) {
+            options.threadCount = resources->threadCount;
+            options.limits.maxTextureSide = resources->maxTextureSide;
+            options.limits.maxIntermediateBytes = resources->maxRenderBytes;
+        }
         std::unique_ptr<kvengine::Evaluator> evaluator;
         if (Status status = kvengine::Evaluator::create(std::move(assembly), options, evaluator);
             !status.ok())

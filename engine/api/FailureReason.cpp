@@ -1,7 +1,10 @@
 // The process-wide reason of the last failing call (FailureReason.h). One
 // lock guards it: renders fail on worker threads and are explained on others.
+// Reasons quote names from the assembly, so they are kept printable: one line,
+// whatever the names hold.
 #include "engine/api/FailureReason.h"
 #include "engine/api/Guarded.h"
+#include "platform/base/PrintableText.h"
 
 #include <cstring>
 #include <mutex>
@@ -29,7 +32,7 @@ int report(const Status& status) noexcept {
     LastFailure& store = lastFailureStore();
     std::lock_guard<std::mutex> lock(store.mutex);
     try {
-        store.reason = status.reason();
+        store.reason = kvUtil::printable(status.reason());
         store.fixed = nullptr;
     } catch (...) {
         store.reason.clear();

@@ -1,13 +1,12 @@
 #include "engine/evaluator/Evaluator.h"
 
 #include "engine/assembly/AssemblyPlaces.h"
-#include "engine/assembly/AssemblyValidation.h"
+#include "engine/evaluator/Acceptance.h"
 #include "engine/evaluator/GraphRender.h"
 #include "engine/evaluator/GraphState.h"
 #include "engine/evaluator/ImageCache.h"
 #include "engine/evaluator/PixelFormats.h"
 #include "engine/evaluator/ThreadPool.h"
-#include "engine/formats/TexelFormat.h"
 
 #include <algorithm>
 #include <cstring>
@@ -30,90 +29,10 @@ struct QueuedOutput {
     size_t jobUserData;
 };
 
-Status overLimit(const std::string& where, size_t count, const char* noun, size_t limit) {
-    return {SubstanceStatus_LimitExceeded,
-            "engine: " + where + counted(count, noun) + " exceed the limit of " + std::to_string(limit)};
-}
-
-Status checkCounts(const Assembly& assembly) {
-    if (assembly.graphs.size() > AssemblyLimits::maxGraphs)
-        return overLimit("", assembly.graphs.size(), "graph", AssemblyLimits::maxGraphs);
-    size_t totalNodes = 0;
-    for (const Graph& graph : assembly.graphs) {
-        const std::string where = graphPlace(graph) + ": ";
-        if (graph.nodes.size() > AssemblyLimits::maxNodesPerGraph)
-            return overLimit(where, graph.nodes.size(), "node", AssemblyLimits::maxNodesPerGraph);
-        if (graph.inputs.size() > AssemblyLimits::maxInputsPerGraph)
-            return overLimit(where, graph.inputs.size(), "input", AssemblyLimits::maxInputsPerGraph);
-        if (graph.outputs.size() > AssemblyLimits::maxOutputsPerGraph)
-            return overLimit(where, graph.outputs.size(), "output", AssemblyLimits::maxOutputsPerGraph);
-        totalNodes += graph.nodes.size();
-    }
-    if (totalNodes > EvaluatorLimits::maxTotalNodes)
-        return overLimit("all graphs: ", totalNodes, "node", EvaluatorLimits::maxTotalNodes);
-    return {};
-}
-
-// What the evaluator needs of a node beyond the structural checks of
-// validateGraph; the reason names the node's kind and the mismatch.
-Status checkNode(const Graph& graph, const Node& node, const NodeKind* kind) {
-    if (!kind)
-        return {SubstanceStatus_InvalidData, "no node kind has this name"};
-    if (node.params.size() > kind->info.params.size())
-        return {SubstanceStatus_InvalidData, counted(node.params.size(), "parameter") + ", the kind takes " +
-                                                 std::to_string(kind->info.params.size())};
-    if (node.imageInputs.size() > kind->info.imageInputs.size())
-        return {SubstanceStatus_InvalidData, counted(node.imageInputs.size(), "image input") +
-                                                 ", the kind takes " +
-                                                 std::to_string(kind->info.imageInputs.size())};
-    if (kind->info.readsGraphInput()) {
-        if (node.graphInput >= graph.inputs.size())
-            return {SubstanceStatus_InvalidData, "reads graph input " + std::to_string(node.graphInput) +
-                                                     ", past the " + counted(graph.inputs.size(), "input") +
-                                                     " of the graph"};
-        if (graph.inputs[node.graphInput].type != InputType::Image)
-            return {SubstanceStatus_InvalidData, "reads graph " + inputPlace(graph, node.graphInput) +
-                                                     ", a " +
-                                                     inputTypeName(graph.inputs[node.graphInput].type) +
-                                                     " input rather than an image one"};
-    }
-    for (size_t p = 0; p < node.params.size(); ++p) {
-        const Expression& expression = node.params[p];
-        if (expression.code.size() > AssemblyLimits::maxInstructionsPerExpression)
-            return {SubstanceStatus_LimitExceeded,
-                    "parameter " + std::to_string(p) + ": " + counted(expression.code.size(), "instruction") +
-                        " exceed the limit of " +
-                        std::to_string(AssemblyLimits::maxInstructionsPerExpression)};
-        for (const Instruction& instruction : expression.code)
-            if (static_cast<uint8_t>(instruction.op) >= kOpCount)
-                return {SubstanceStatus_InvalidData, "parameter " + std::to_string(p) + ": unknown opcode " +
-                                                         std::to_string(static_cast<int>(instruction.op))};
-    }
-    return {};
-}
-
-// Everything the evaluator relies on beyond the structural checks of validateGraph.
-Status checkGraph(const Graph& graph, GraphState& state) {
-    for (size_t i = 0; i < graph.inputs.size(); ++i)
-        if (!isValidInputType(static_cast<uint32_t>(graph.inputs[i].type)))
-            return {SubstanceStatus_InvalidData,
-                    "engine: " + graphPlace(graph) + " " + inputPlace(graph, i) + ": unknown type code " +
-                        std::to_string(static_cast<uint32_t>(graph.inputs[i].type))};
-    for (size_t o = 0; o < graph.outputs.size(); ++o)
-        if (!findTexelFormat(graph.outputs[o].format))
-            return {SubstanceStatus_InvalidData, "engine: " + graphPlace(graph) + " " +
-                                                     outputPlace(graph, o) + ": pixel format " +
-                                                     std::to_string(graph.outputs[o].format) +
-                                                     " is not one of the engine's texel formats"};
-    for (size_t n = 0; n < graph.nodes.size(); ++n) {
-        const NodeKind* kind = findNodeKindImpl(graph.nodes[n].op);
-        if (Status status = checkNode(graph, graph.nodes[n], kind); !status.ok())
-            return std::move(status).within("engine: " + graphPlace(graph) + " " + nodePlace(graph, n) +
-                                            ": ");
-        state.kinds.push_back(kind);
-    }
-    if (Status status = validateGraph(graph); !status.ok())
-        return std::move(status).within("engine: ");
+// The evaluator's view of a graph that passed checkRunnable.
+void prepareGraph(const Graph& graph, GraphState& state) {
+    for (const Node& node : graph.nodes)
+        state.kinds.push_back(findNodeKindImpl(node.op));
     for (size_t i = 0; i < graph.inputs.size(); ++i) {
         const GraphInput& input = graph.inputs[i];
         if (input.identifier == "$outputsize" && input.type == InputType::Integer2)
@@ -124,7 +43,6 @@ Status checkGraph(const Graph& graph, GraphState& state) {
     }
     state.images.resize(graph.inputs.size());
     state.imageVersions.assign(graph.inputs.size(), 0);
-    return {};
 }
 
 size_t defaultMemoryLimit() {
@@ -184,16 +102,15 @@ Evaluator::~Evaluator() = default;
 
 Status Evaluator::create(Assembly assembly, const EvaluatorOptions& options,
                          std::unique_ptr<Evaluator>& out) {
-    if (Status status = checkCounts(assembly); !status.ok())
-        return status;
+    if (Status status = checkRunnable(assembly); !status.ok())
+        return std::move(status).within("engine: ");
     auto impl = std::make_unique<Impl>(std::move(assembly), options);
     const std::vector<Graph>& graphs = impl->assembly.graphs;
     impl->graphs.resize(graphs.size());
     for (uint32_t g = 0; g < graphs.size(); ++g) {
         impl->graphs[g].graph = &graphs[g];
         impl->graphs[g].index = g;
-        if (Status status = checkGraph(graphs[g], impl->graphs[g]); !status.ok())
-            return status;
+        prepareGraph(graphs[g], impl->graphs[g]);
         for (uint32_t i = 0; i < graphs[g].inputs.size(); ++i)
             impl->inputs.push_back({g, i});
         for (uint32_t i = 0; i < graphs[g].outputs.size(); ++i)

@@ -21,8 +21,11 @@
 namespace kvengine {
 
 struct EvaluatorLimits {
-    static constexpr int maxLog2Side = 13; // 8192 texels
+    static constexpr int maxLog2Side = 13;    // 8192 texels
+    static constexpr int defaultLog2Side = 9; // 512 texels, for a graph without $outputsize
     static constexpr size_t maxTotalNodes = 16384;
+    // The host's budget: largest width or height rendered, 0 for no budget below maxLog2Side.
+    unsigned maxTextureSide = 0;
     // Peak of live images, scratch and output textures; 0: half the physical memory, at least 1 GiB.
     size_t maxIntermediateBytes = 0;
     uint64_t maxNodePixels = uint64_t(1) << 34; // sum of pixels over the nodes one render computes

@@ -107,7 +107,7 @@ public:
 
 private:
     Status resolveSize() {
-        int log2Width = 9, log2Height = 9;
+        int log2Width = EvaluatorLimits::defaultLog2Side, log2Height = EvaluatorLimits::defaultLog2Side;
         if (state_.outputSizeInput >= 0) {
             const Value4& size = state_.values[static_cast<size_t>(state_.outputSizeInput)];
             log2Width = size.i[0];
@@ -124,6 +124,10 @@ private:
         }
         width_ = 1 << log2Width;
         height_ = 1 << log2Height;
+        const unsigned budget = context_.limits->maxTextureSide;
+        if (budget != 0 && static_cast<unsigned>(std::max(width_, height_)) > budget)
+            return failure(SubstanceStatus_LimitExceeded, renderedText() + " exceeds the budget of " +
+                                                              std::to_string(budget) + " texels per side");
         seed_ = state_.randomSeedInput >= 0
                     ? static_cast<uint32_t>(state_.values[static_cast<size_t>(state_.randomSeedInput)].i[0])
                     : 0u;
@@ -133,6 +137,14 @@ private:
     // 2^n spelled out while it fits an int.
     static std::string sideText(int log2Side) {
         return log2Side < 31 ? std::to_string(1u << log2Side) : "2^" + std::to_string(log2Side);
+    }
+
+    // "output 'a', 'b' at 512x512": what a render was asked for, for its refusals.
+    std::string renderedText() const {
+        std::string text = requests_.size() == 1 ? "output " : "outputs ";
+        for (size_t i = 0; i < requests_.size(); ++i)
+            text += (i ? ", '" : "'") + graph_.outputs[requests_[i].output].identifier + "'";
+        return text + " at " + std::to_string(width_) + "x" + std::to_string(height_);
     }
 
     Status failure(SubstanceStatus code, const std::string& what) const {
@@ -250,8 +262,8 @@ private:
         }
         if (peak > limits.maxIntermediateBytes)
             return failure(SubstanceStatus_LimitExceeded,
-                           "the render needs " + std::to_string(peak) +
-                               " bytes of images at its peak, past the limit of " +
+                           "the render of " + renderedText() + " needs " + std::to_string(peak) +
+                               " bytes of images at its peak, past the budget of " +
                                std::to_string(limits.maxIntermediateBytes));
         if (work > limits.maxNodePixels)
             return failure(SubstanceStatus_LimitExceeded, "the render computes " + std::to_string(work) +

@@ -2,6 +2,7 @@
 
 #include "engine/assembly/AssemblyIO.h"
 #include "engine/assembly/AssemblyPlaces.h"
+#include "engine/evaluator/Acceptance.h"
 #include "engine/formats/TexelFormat.h"
 #include "platform/engine/LinkerInterface.h"
 
@@ -130,6 +131,9 @@ Status Linker::link(std::vector<char>& bytes) const {
     Assembly linked;
     if (Status status = mergePlan(plan_, linked); !status.ok())
         return status;
+    // Refuse here what the engine would refuse to load, with its reason.
+    if (Status status = checkRunnable(linked); !status.ok())
+        return std::move(status).within("linker: linked ");
     try {
         bytes = writeAssembly(linked);
     } catch (const std::invalid_argument& error) {

@@ -6,6 +6,7 @@
 #include <tinyxml.h>
 
 #include <algorithm>
+#include <cstring>
 
 namespace SubstanceAir {
 
@@ -84,8 +85,10 @@ bool parseGraph(const TiXmlElement& element, GraphDesc& graph) {
 
 bool parseDescription(const char* xmlText, PackageDesc* parent, unsigned int& asmUid, GraphDescs& graphs,
                       std::string& why) {
-    if (!kvUtil::isXmlWithinLimits(xmlText)) {
-        why = "the description is empty or beyond the XML size and nesting limits";
+    const kvUtil::XmlCost cost =
+        kvUtil::measureXml(xmlText, xmlText ? strnlen(xmlText, kvUtil::kMaxXmlBytes + 1) : 0);
+    if (!cost.refusal.empty()) {
+        why = "the description is refused: " + cost.refusal;
         return false;
     }
     TiXmlDocument document;

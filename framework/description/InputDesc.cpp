@@ -1,6 +1,7 @@
 #include "framework/description/InputDesc.h"
 
 #include "framework/description/NumberText.h"
+#include "platform/base/XmlGuard.h"
 
 #include <tinyxml.h>
 
@@ -87,7 +88,7 @@ void linkAlteredOutputs(const std::string& text, InputDescBase& desc, OutputDesc
 } // namespace
 
 std::string widgetName(const InputDescBase& input) {
-    if (input.guiXml.empty()) {
+    if (input.guiXml.empty() || !kvUtil::isXmlWithinLimits(input.guiXml.c_str(), input.guiXml.size())) {
         return std::string();
     }
     TiXmlDocument gui;

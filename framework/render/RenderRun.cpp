@@ -98,8 +98,10 @@ int RendererImpl::initHandle(RenderState& state) {
         substanceHandleRelease(state.handle);
         state.handle = nullptr;
     }
+    state.budget = renderBudget();
+    const SubstanceHardResources resources = {0, state.budget.maxTextureSide, state.budget.maxRenderBytes};
     if (int status = substanceHandleInit(&state.handle, engineContext, state.assembly.data(),
-                                         state.assembly.size(), nullptr)) {
+                                         state.assembly.size(), &resources)) {
         state.handle = nullptr;
         return status;
     }
@@ -169,6 +171,12 @@ void RendererImpl::pushOutputs(RenderState& state, RenderJob& job, bool hint) {
 void RendererImpl::run(RenderState& state) {
     if (linkerContext == nullptr || engineContext == nullptr) {
         return;
+    }
+    if (state.handle != nullptr && !(state.budget == renderBudget())) {
+        // The host changed the budget: load again, and push every value again.
+        substanceHandleRelease(state.handle);
+        state.handle = nullptr;
+        state.lastPushed.clear();
     }
     if (state.handle == nullptr) {
         if (state.assembly.empty() && link(state) != 0) {

@@ -4,6 +4,7 @@
 // that a later request pushes only the values that changed.
 #pragma once
 
+#include "framework/render/RenderBudget.h"
 #include "platform/engine/EngineInterface.h"
 #include "platform/engine/LinkerInterface.h"
 
@@ -39,6 +40,8 @@ struct RenderState : private boost::noncopyable {
 
     // Null until the linked assembly is loaded.
     SubstanceHandle* handle = nullptr;
+    // The budget the handle was loaded with.
+    RenderBudget budget;
     // The linked assembly; empty until linked.
     std::vector<char> assembly;
     // The key of the first job pushed into the state first, then further distinct keys.

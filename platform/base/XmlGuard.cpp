@@ -2,6 +2,8 @@
 
 #include <cctype>
 #include <cstring>
+#include <string>
+#include <utility>
 
 namespace kvUtil {
 
@@ -17,13 +19,46 @@ bool startsName(char c) {
     return byte >= 127 || std::isalpha(byte) != 0 || c == '_';
 }
 
-class DepthScanner {
-public:
-    DepthScanner(const char* text, std::size_t size) : m_p(text), m_end(text + size) {}
+// Whether every byte from 0xc0 up is followed by the continuation bytes
+// (0x80 to 0xbf) its UTF-8 sequence needs. In UTF-8 mode the parser takes
+// such a byte and the next ones as one character without looking at them,
+// so a lead byte before a quote, '<' or '>' would hide it from the parser
+// but not from the scan, and one near the end would read past the text.
+bool leadBytesComplete(const char* text, std::size_t size) {
+    for (std::size_t i = 0; i < size; ++i) {
+        const unsigned char lead = static_cast<unsigned char>(text[i]);
+        if (lead < 0xc0)
+            continue;
+        const std::size_t following = lead < 0xe0 ? 1 : lead < 0xf0 ? 2 : 3;
+        for (std::size_t k = 1; k <= following; ++k) {
+            if (i + k >= size || (static_cast<unsigned char>(text[i + k]) & 0xc0) != 0x80)
+                return false;
+        }
+        i += following;
+    }
+    return true;
+}
 
-    bool withinDepth() {
+bool holdsText(const char* begin, const char* end) {
+    for (; begin < end; ++begin) {
+        if (!isSpace(*begin))
+            return true;
+    }
+    return false;
+}
+
+class CostScanner {
+public:
+    CostScanner(const char* text, std::size_t size, XmlCost& cost)
+        : m_p(text), m_end(text + size), m_cost(cost) {}
+
+    // False at the first limit broken, with the reason in the cost.
+    bool scan() {
         while (m_p < m_end) {
             const char* open = static_cast<const char*>(std::memchr(m_p, '<', remaining()));
+            // Text that is not all white space becomes a node of its own.
+            if (holdsText(m_p, open ? open : m_end) && !addNode())
+                return false;
             if (!open)
                 return true;
             m_p = open;
@@ -60,8 +95,21 @@ private:
         m_p = m_p < m_end ? m_p + n : m_end;
     }
 
+    bool refuse(std::string reason) {
+        m_cost.refusal = std::move(reason);
+        return false;
+    }
+
+    bool addNode() {
+        return ++m_cost.nodes <= kMaxXmlNodes ||
+               refuse("the XML holds more than " + std::to_string(kMaxXmlNodes) + " nodes");
+    }
+
     // One markup construct starting at '<'; false when the text must be refused.
     bool readMarkup() {
+        // Outside every element the parser keeps even a closing tag, as an unknown node.
+        if ((!startsWith("</") || m_depth == 0) && !addNode())
+            return false;
         if (startsWith("<!--")) {
             m_p += 4; // "<!-->" does not end the comment
             skipPast("-->");
@@ -89,8 +137,10 @@ private:
     bool skipDeclarationSpace() {
         while (m_p < m_end && isSpace(*m_p))
             ++m_p;
-        return m_p == m_end || static_cast<unsigned char>(*m_p) < 128;
+        return m_p == m_end || static_cast<unsigned char>(*m_p) < 128 || refuseDeclaration();
     }
+
+    bool refuseDeclaration() { return refuse("the XML declaration holds bytes the parser may misread"); }
 
     // The parser reads the version, encoding and standalone attributes of an
     // XML declaration with their quoted values, which may hold '>', and reads
@@ -117,7 +167,7 @@ private:
             }
             for (; m_p < m_end && *m_p != '>' && !isSpace(*m_p); ++m_p) {
                 if (static_cast<unsigned char>(*m_p) >= 128)
-                    return false;
+                    return refuseDeclaration();
             }
         }
         return true;
@@ -129,7 +179,7 @@ private:
                (std::isalnum(static_cast<unsigned char>(*m_p)) != 0 || std::strchr("_-.:", *m_p) != nullptr))
             ++m_p;
         if (m_p < m_end && static_cast<unsigned char>(*m_p) >= 127)
-            return false; // the parser would take it as part of the name
+            return refuseDeclaration(); // the parser would take it as part of the name
         if (!skipDeclarationSpace())
             return false;
         if (m_p == m_end || *m_p != '=') {
@@ -154,10 +204,14 @@ private:
     }
 
     // A start tag up to its '>'; quotes hide '>' wherever they open, since a
-    // quote the parser does not expect stops it anyway.
+    // quote the parser does not expect stops it anyway. Every attribute has
+    // an '=' outside quotes, so counting those never under-counts.
     bool readStartTag() {
         char quote = 0;
         char last = 0;
+        std::size_t attributes = 0;
+        // The parser makes the element even if the tag closes itself or is cut short.
+        reach(m_depth + 1);
         for (++m_p; m_p < m_end; ++m_p) {
             if (quote) {
                 if (*m_p == quote) {
@@ -166,9 +220,12 @@ private:
                 }
             } else if (*m_p == '"' || *m_p == '\'') {
                 quote = *m_p;
+            } else if (*m_p == '=') {
+                if (!addAttribute(++attributes))
+                    return false;
             } else if (*m_p == '>') {
                 ++m_p;
-                return last == '/' || ++m_depth <= kMaxXmlDepth;
+                return last == '/' || enterElement();
             } else if (!isSpace(*m_p)) {
                 last = *m_p;
             }
@@ -176,20 +233,55 @@ private:
         return true;
     }
 
+    bool addAttribute(std::size_t onElement) {
+        if (onElement > kMaxXmlElementAttributes)
+            return refuse("an XML element has more than " + std::to_string(kMaxXmlElementAttributes) +
+                          " attributes");
+        if (onElement > m_cost.elementAttributes)
+            m_cost.elementAttributes = onElement;
+        return ++m_cost.attributes <= kMaxXmlAttributes ||
+               refuse("the XML holds more than " + std::to_string(kMaxXmlAttributes) + " attributes");
+    }
+
+    void reach(int depth) {
+        if (depth > m_cost.depth)
+            m_cost.depth = depth;
+    }
+
+    bool enterElement() {
+        reach(++m_depth);
+        return m_depth <= kMaxXmlDepth ||
+               refuse("the XML nests elements more than " + std::to_string(kMaxXmlDepth) + " deep");
+    }
+
     const char* m_p;
     const char* const m_end;
+    XmlCost& m_cost;
     int m_depth = 0;
 };
 
 } // namespace
 
-bool isXmlWithinLimits(const char* text, std::size_t size) {
-    if (!text)
-        return false;
+XmlCost measureXml(const char* text, std::size_t size) {
+    XmlCost cost;
+    if (!text) {
+        cost.refusal = "there is no XML text";
+        return cost;
+    }
     // Stop at a NUL: the parser never sees past it.
     const void* nul = std::memchr(text, 0, size < kMaxXmlBytes + 1 ? size : kMaxXmlBytes + 1);
-    const std::size_t length = nul ? static_cast<std::size_t>(static_cast<const char*>(nul) - text) : size;
-    return length <= kMaxXmlBytes && DepthScanner(text, length).withinDepth();
+    cost.bytes = nul ? static_cast<std::size_t>(static_cast<const char*>(nul) - text) : size;
+    if (cost.bytes > kMaxXmlBytes)
+        cost.refusal = "the XML text is larger than " + std::to_string(kMaxXmlBytes >> 20) + " MiB";
+    else if (!leadBytesComplete(text, cost.bytes))
+        cost.refusal = "the XML text has a UTF-8 lead byte without its continuation bytes";
+    else
+        CostScanner(text, cost.bytes, cost).scan();
+    return cost;
+}
+
+bool isXmlWithinLimits(const char* text, std::size_t size) {
+    return measureXml(text, size).refusal.empty();
 }
 
 bool isXmlWithinLimits(const char* text) {

@@ -30,10 +30,13 @@ typedef struct SubstanceDevice {
     void* platformData;
 } SubstanceDevice;
 
-/* Optional resources for a handle; pass null for the defaults. */
+/* Optional resources and budget for a handle; pass null, or 0 in a field, for the defaults. A render
+ * past the budget is refused before it allocates anything (SubstanceStatus_LimitExceeded). */
 typedef struct SubstanceHardResources {
-    unsigned int threadCount; /* worker threads; 0 means the environment variable KV_ENGINE_THREADS
-                                 when it is a whole number from 1 up, else one per hardware thread */
+    unsigned int threadCount;    /* worker threads; 0 means the environment variable KV_ENGINE_THREADS
+                                    when it is a whole number from 1 up, else one per hardware thread */
+    unsigned int maxTextureSide; /* largest width or height rendered, in texels; 0: 8192 */
+    size_t maxRenderBytes;       /* peak memory of one render's images; 0: half the memory, 1 GiB at least */
 } SubstanceHardResources;
 
 /* Callback kinds for substanceContextSetCallback. */

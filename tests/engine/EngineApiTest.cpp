@@ -69,7 +69,7 @@ protected:
                                               reinterpret_cast<SubstanceCallback>(&onOutputCompleted)),
                   SubstanceStatus_Ok);
         bytes = sampleAssembly();
-        SubstanceHardResources resources{2};
+        SubstanceHardResources resources{2, 0, 0};
         ASSERT_EQ(substanceHandleInit(&handle, context, bytes.data(), bytes.size(), &resources),
                   SubstanceStatus_Ok);
     }

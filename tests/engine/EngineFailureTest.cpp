@@ -116,6 +116,9 @@ TEST(EngineFailures, EachFaultNamesItsPlace) {
          [] { return loading(baseWith([](Graph& g) { g.nodes[0].op = "noise.nonexistent"; })); },
          SubstanceStatus_InvalidData,
          "engine: graph 'pkg://base' node 0 ('noise.nonexistent'): no node kind has this name"},
+        {"names from the assembly quoted as printable text",
+         [] { return loading(baseWith([](Graph& g) { g.nodes[0].op = "no\nkind\x1b[2J"; })); },
+         SubstanceStatus_InvalidData, "node 0 ('no\\x0akind\\x1b[2J'): no node kind has this name"},
         {"more parameters than the kind",
          [] {
              return loading(

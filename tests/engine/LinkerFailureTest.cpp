@@ -143,6 +143,15 @@ TEST(LinkerFailures, EachFaultNamesItsPlace) {
          [] { return pushing(baseWith([](Graph& g) { g.nodes[0].imageInputs = {2}; })); },
          SubstanceStatus_Cycle,
          "assembly: graph 'pkg://base' node 2 ('blend'): the node is on a cycle of image inputs"},
+        // What the engine would refuse to load is refused at the link, with the engine's reason.
+        {"a node kind the engine does not know",
+         [] { return linking({baseWith([](Graph& g) { g.nodes[0].op = "no.such.kind"; })}); },
+         SubstanceStatus_InvalidData,
+         "linker: linked graph 'pkg://base' node 0 ('no.such.kind'): no node kind has this name"},
+        {"more image inputs than the kind takes",
+         [] { return linking({baseWith([](Graph& g) { g.nodes[1].imageInputs = {0}; })}); },
+         SubstanceStatus_InvalidData,
+         "linker: linked graph 'pkg://base' node 1 ('color.uniform'): 1 image input, the kind takes 0"},
         {"pushed graphs past the limit",
          [&] {
              kv::LinkerSession session;

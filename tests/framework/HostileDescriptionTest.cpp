@@ -1,8 +1,13 @@
 // Descriptions made to break the reader: they load as empty or partial
 // packages, never crash, and never allocate what a count claims.
 #include "TestPackages.h"
+#include "framework/description/InputDesc.h"
+#include "framework/description/Preset.h"
 
 #include <gtest/gtest.h>
+
+#include <chrono>
+#include <vector>
 
 using namespace SubstanceAir;
 using kvtest::describe;
@@ -39,7 +44,7 @@ TEST(HostileDescriptions, GarbageAttributesReadAsZerosAndEmpties) {
     auto package = loadDescription(describe(
         5003, "<graph><outputs><output uid=\"-\" format=\"zz\" mipmaps=\"1e9\"><outputgui><channels/>"
               "</outputgui></output></outputs><inputs>"
-              "<input type=\"0\" default=\"\xff\xfe\" min=\"nanx\" alteroutputs=\",,,\"/>"
+              "<input type=\"0\" default=\"\x85\xbf\" min=\"nanx\" alteroutputs=\",,,\"/>"
               "<input type=\"4\" uid=\"99999999999\" default=\"99999999999\"/>"
               "<input type=\"3\" default=\",,,\"/></inputs></graph>"));
     ASSERT_EQ(package->graphs().size(), 1u);
@@ -60,6 +65,46 @@ TEST(HostileDescriptions, GarbageAttributesReadAsZerosAndEmpties) {
     EXPECT_EQ(scalar.minValue, 0.0f);
     const auto& integer = dynamic_cast<const InputDescNumerical<int>&>(*graph.inputs[1]);
     EXPECT_EQ(integer.defaultValue, 0);
+}
+
+std::string withAttributes(const std::string& open, int count) {
+    std::string element = open;
+    for (int i = 0; i < count; ++i) {
+        element += " a" + std::to_string(i) + "=\"\"";
+    }
+    return element + "/>";
+}
+
+// Every XML text the library reads passes the guard first: what would cost
+// the parser seconds or gigabytes is refused at once, with the reason.
+TEST(HostileDescriptions, CostlyXmlIsRefusedQuicklyWithItsReason) {
+    std::string flood;
+    for (int i = 0; i < 2000000; ++i) {
+        flood += "<a/>";
+    }
+    const std::vector<char> widePackage =
+        kvtest::makePackage(describe(5005, withAttributes("<graph", 40000)));
+    const std::vector<char> floodPackage = kvtest::makePackage(describe(5006, flood));
+    const auto start = std::chrono::steady_clock::now();
+    const PackageDesc wide(widePackage.data(), widePackage.size(), nullptr);
+    EXPECT_TRUE(wide.graphs().empty());
+    EXPECT_EQ(wide.loadProblem(), "the description is refused: an XML element has more than 64 attributes");
+    const PackageDesc flooded(floodPackage.data(), floodPackage.size(), nullptr);
+    EXPECT_TRUE(flooded.graphs().empty());
+    EXPECT_EQ(flooded.loadProblem(), "the description is refused: the XML holds more than 100000 nodes");
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+
+    Presets presets;
+    EXPECT_TRUE(parsePresetsDocument(
+        presets, ("<sbspresets>" + withAttributes("<sbspreset", 64) + "</sbspresets>").c_str()));
+    EXPECT_FALSE(parsePresetsDocument(
+        presets, ("<sbspresets>" + withAttributes("<sbspreset", 65) + "</sbspresets>").c_str()));
+
+    InputDescNumerical<float> input;
+    input.guiXml = withAttributes("<inputgui widget=\"slider\"", 63);
+    EXPECT_EQ(widgetName(input), "slider");
+    input.guiXml = withAttributes("<inputgui widget=\"slider\"", 64);
+    EXPECT_EQ(widgetName(input), "");
 }
 
 TEST(HostileDescriptions, TruncatedDescriptionsNeverCrash) {

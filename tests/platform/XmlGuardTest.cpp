@@ -1,10 +1,11 @@
-// The guard that keeps deep or huge texts away from TinyXML.
+// The guard that keeps deep, huge or costly texts away from TinyXML.
 #include "platform/base/XmlGuard.h"
 
 #include <gtest/gtest.h>
 #include <tinyxml.h>
 
 #include <algorithm>
+#include <chrono>
 #include <random>
 #include <sstream>
 #include <string>
@@ -90,6 +91,8 @@ TEST(XmlGuard, RejectsWhatOnceSlippedThrough) {
         "<r a=\"></a></a></a>\">" + deep + "</r>",
         // Closing tags at the top level close nothing.
         closed(1000) + deep,
+        // In UTF-8 mode a lead byte takes the next bytes with it, closing tags included.
+        "<?xml version='1.0' encoding='UTF-8'?><r>" + opened(kMaxXmlDepth + 1, "<a>\xe0</a>"),
     };
     for (const std::string& text : texts) {
         EXPECT_FALSE(within(text)) << text.substr(0, 60);
@@ -123,6 +126,115 @@ TEST(XmlGuard, AgreesWithTheParserOnRandomMarkup) {
         ASSERT_LE(parsedDepth(text), kMaxXmlDepth) << text.substr(0, 200);
     }
     EXPECT_GT(accepted, 100);
+}
+
+std::string refusal(const std::string& text) {
+    return kvUtil::measureXml(text.c_str(), text.size()).refusal;
+}
+
+std::string withAttributes(std::size_t count) {
+    std::string text = "<r";
+    for (std::size_t i = 0; i < count; ++i)
+        text += " a" + std::to_string(i) + "='" + std::to_string(i) + "'";
+    return text + "/>";
+}
+
+std::string repeated(const std::string& piece, std::size_t count) {
+    std::string text = "<r>";
+    for (std::size_t i = 0; i < count; ++i)
+        text += piece;
+    return text + "</r>";
+}
+
+// Each limit at its boundary: the largest text within passes, one more
+// node, attribute or level is refused with a reason naming the limit.
+TEST(XmlGuard, BoundsCostAtEachLimit) {
+    using kvUtil::kMaxXmlAttributes;
+    using kvUtil::kMaxXmlElementAttributes;
+    using kvUtil::kMaxXmlNodes;
+    EXPECT_EQ(refusal(withAttributes(kMaxXmlElementAttributes)), "");
+    EXPECT_EQ(refusal(withAttributes(kMaxXmlElementAttributes + 1)),
+              "an XML element has more than 64 attributes");
+
+    // The root and its children are nodes, and so is every run of text that
+    // is not white space; comments are nodes too, closing tags are not.
+    EXPECT_EQ(refusal(repeated("<a/>", kMaxXmlNodes - 1)), "");
+    EXPECT_EQ(refusal(repeated("<a/>", kMaxXmlNodes)), "the XML holds more than 100000 nodes");
+    EXPECT_EQ(refusal(repeated("<!---->", kMaxXmlNodes)), "the XML holds more than 100000 nodes");
+    EXPECT_EQ(refusal(repeated("<a>t</a>", kMaxXmlNodes / 2)), "the XML holds more than 100000 nodes");
+    EXPECT_EQ(refusal(repeated("<a>\n\t </a>", kMaxXmlNodes / 2)), "");
+
+    const std::string eight = withAttributes(8).substr(3); // " a0='0' ... a7='7'/>"
+    const std::string atLimit = repeated("<b" + eight, kMaxXmlAttributes / 8);
+    EXPECT_EQ(refusal(atLimit), "");
+    EXPECT_EQ(refusal(atLimit.substr(0, atLimit.size() - 4) + "<b x=''/></r>"),
+              "the XML holds more than 100000 attributes");
+    // Values may hold '=' and '>' without counting; every unquoted '=' counts.
+    EXPECT_EQ(refusal("<r a='=' b=\"==>\"/>"), "");
+    EXPECT_EQ(kvUtil::measureXml("<r a=b=c/>", 10).attributes, 2u);
+
+    EXPECT_EQ(refusal(nested(kMaxXmlDepth + 1)), "the XML nests elements more than 256 deep");
+    EXPECT_EQ(refusal(std::string(kMaxXmlBytes + 1, ' ')), "the XML text is larger than 8 MiB");
+    EXPECT_EQ(refusal("<r>caf\xc3\xa9 \xf0\x9f\x8e\xa8</r>"), "");
+    EXPECT_EQ(refusal("<r>\xe9t\xe9</r>"),
+              "the XML text has a UTF-8 lead byte without its continuation bytes");
+    EXPECT_EQ(refusal("<r/>\xc3"), "the XML text has a UTF-8 lead byte without its continuation bytes");
+    EXPECT_EQ(refusal("<?xml version\x85='1'?><r/>"),
+              "the XML declaration holds bytes the parser may misread");
+}
+
+// Nodes TinyXML built for text, partial trees included.
+std::size_t parsedNodes(const std::string& text) {
+    TiXmlDocument document;
+    document.Parse(text.c_str());
+    std::size_t nodes = 0;
+    std::vector<const TiXmlNode*> pending = {&document};
+    while (!pending.empty()) {
+        const TiXmlNode* node = pending.back();
+        pending.pop_back();
+        for (const TiXmlNode* child = node->FirstChild(); child; child = child->NextSibling()) {
+            ++nodes;
+            pending.push_back(child);
+        }
+    }
+    return nodes;
+}
+
+// Texts where an earlier count fell short of the tree: a self-closed leaf
+// below the deepest open element, closing tags kept as unknown nodes
+// outside every element, a start tag cut short.
+TEST(XmlGuard, CountsAsMuchAsTheParserBuilds) {
+    for (const std::string& text :
+         {std::string("<a><b><c/></b></a>"), std::string("</x></y><r>t</r></z>"),
+          std::string("<?xml version='1'?><!-- c --><r a='1'><![CDATA[d]]></r>"), std::string("<r><cut")}) {
+        const kvUtil::XmlCost cost = kvUtil::measureXml(text.c_str(), text.size());
+        EXPECT_EQ(cost.depth, parsedDepth(text)) << text;
+        EXPECT_EQ(cost.nodes, parsedNodes(text)) << text;
+    }
+}
+
+// What once cost seconds and gigabytes in the parser is refused in
+// milliseconds, and what the guard lets through parses quickly too.
+TEST(XmlGuard, RefusesCostlyTextsQuickly) {
+    const std::vector<std::string> costly = {withAttributes(40000), repeated("<a/>", 4000000),
+                                             repeated("<a x=''/>", kvUtil::kMaxXmlNodes)};
+    const std::vector<std::string> affordable = {
+        repeated("<b" + withAttributes(kvUtil::kMaxXmlElementAttributes).substr(2),
+                 kvUtil::kMaxXmlAttributes / kvUtil::kMaxXmlElementAttributes),
+        repeated("<a/>", kvUtil::kMaxXmlNodes - 1), "<r>" + std::string(kMaxXmlBytes - 7, 'x') + "</r>"};
+    const auto start = std::chrono::steady_clock::now();
+    for (const std::string& text : costly)
+        EXPECT_FALSE(within(text));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
+    // About 100 ms each on an idle machine; the bound leaves room for a busy one.
+    for (const std::string& text : affordable) {
+        const auto parseStart = std::chrono::steady_clock::now();
+        ASSERT_TRUE(within(text));
+        TiXmlDocument document;
+        document.Parse(text.c_str());
+        EXPECT_FALSE(document.Error());
+        EXPECT_LT(std::chrono::steady_clock::now() - parseStart, std::chrono::seconds(2));
+    }
 }
 
 TEST(XmlGuard, BoundsSizeUpToTheFirstNul) {

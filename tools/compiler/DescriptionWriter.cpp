@@ -107,8 +107,9 @@ void writePresets(TiXmlElement& graph, const GraphSource& source, const BuiltGra
         preset->SetAttribute("label", ps.label);
         preset->SetAttribute("description", ps.description);
         for (const auto& [identifier, value] : ps.values) {
-            auto it = std::find_if(built.graph.inputs.begin(), built.graph.inputs.end(),
-                                   [&](const kvengine::GraphInput& i) { return i.identifier == identifier; });
+            auto it = std::find_if(
+                built.graph.inputs.begin(), built.graph.inputs.end(),
+                [&wanted = identifier](const kvengine::GraphInput& i) { return i.identifier == wanted; });
             TiXmlElement* entry = addChild(*preset, "presetinput");
             entry->SetAttribute("uid", std::to_string(it->uid));
             entry->SetAttribute("identifier", identifier);

@@ -130,8 +130,9 @@ BuiltGraph buildGraph(const GraphSource& source, UidAllocator& uids, const Sourc
         }
         node.imageInputs.assign(kind->imageInputs.size(), -1);
         for (const auto& [slotName, from] : ns.inputs) {
-            auto slot = std::find_if(kind->imageInputs.begin(), kind->imageInputs.end(),
-                                     [&](const kvengine::ImageInputSpec& s) { return slotName == s.name; });
+            auto slot = std::find_if(
+                kind->imageInputs.begin(), kind->imageInputs.end(),
+                [&wanted = slotName](const kvengine::ImageInputSpec& s) { return wanted == s.name; });
             if (slot == kind->imageInputs.end())
                 place.fail("unknown image input '" + slotName + "' of kind " + ns.kind + " (it has " +
                            slotNames(*kind) + ")");

@@ -170,8 +170,9 @@ void checkPresets(const GraphSource& graph, const SourcePlace& graphPlace) {
         if (!labels.insert(preset.label).second)
             place.fail("duplicate preset label");
         for (const auto& [identifier, value] : preset.values) {
-            auto input = std::find_if(graph.inputs.begin(), graph.inputs.end(),
-                                      [&](const InputSource& i) { return i.identifier == identifier; });
+            auto input =
+                std::find_if(graph.inputs.begin(), graph.inputs.end(),
+                             [&wanted = identifier](const InputSource& i) { return i.identifier == wanted; });
             if (input == graph.inputs.end())
                 place.fail("unknown input '" + identifier + "'");
             if (input->type == InputType::Image)

@@ -1,6 +1,7 @@
 #include "tools/kvs/DescriptionPrinter.h"
 
 #include "material/Substance.h"
+#include "platform/base/PrintableText.h"
 
 #include <nlohmann/json.hpp>
 
@@ -114,16 +115,19 @@ int formatCode(Format format) {
     return format == FormatInvalid ? -1 : static_cast<int>(format) * 4;
 }
 
+// Every text that came from the description goes through printable().
 void printText(const std::string& name, Substance& material) {
-    std::cout << "material " << name << "\n  label \"" << material.getLabel().utf8() << "\"\n  package "
-              << material.getPackageURL().asChar() << "\n  inputs " << material.numInputs() << '\n';
+    using kvUtil::printable;
+    std::cout << "material " << printable(name) << "\n  label \"" << printable(material.getLabel().utf8())
+              << "\"\n  package " << printable(material.getPackageURL().asChar()) << "\n  inputs "
+              << material.numInputs() << '\n';
     const auto& inputs = material.getInputs();
     for (const auto* entry = inputs.first(); entry; entry = inputs.next(entry)) {
         SubstanceInput& input = *entry->value;
-        std::cout << "    " << input.getUID() << ' ' << input.getIdentifier().asChar() << ' '
+        std::cout << "    " << input.getUID() << ' ' << printable(input.getIdentifier().asChar()) << ' '
                   << typeName(input.getType()) << " widget "
                   << (input.showInGUI() ? widgetName(input.getWidget()) : "-") << " label \""
-                  << input.getLabel().utf8() << '"';
+                  << printable(input.getLabel().utf8()) << '"';
         for (const ValueField& field : kValueFields)
             if ((input.*field.present)() && components(input) > 0)
                 std::cout << ' ' << field.name << ' ' << valueText(input, field);
@@ -132,7 +136,7 @@ void printText(const std::string& name, Substance& material) {
         if (!input.getComboItem().empty()) {
             std::cout << " items";
             for (const kvString::IString& item : input.getComboItem())
-                std::cout << " \"" << item.utf8() << '"';
+                std::cout << " \"" << printable(item.utf8()) << '"';
         }
         std::cout << '\n';
     }
@@ -140,15 +144,15 @@ void printText(const std::string& name, Substance& material) {
     const auto& outputs = material.getOutputs();
     for (const auto* entry = outputs.first(); entry; entry = outputs.next(entry)) {
         const SubstanceOutput& output = *entry->value;
-        std::cout << "    " << output.getUID() << ' ' << output.getIdentifier().asChar() << " format "
-                  << formatCode(output.getFormat()) << " size " << output.getXSize() << 'x'
+        std::cout << "    " << output.getUID() << ' ' << printable(output.getIdentifier().asChar())
+                  << " format " << formatCode(output.getFormat()) << " size " << output.getXSize() << 'x'
                   << output.getYSize() << " mipmaps " << output.getNumMipMaps()
                   << (output.getDynamicSize() ? " dynamic" : "") << '\n';
     }
     std::cout << "  state\n";
     std::istringstream state(material.getStateString().str());
     for (std::string line; std::getline(state, line);)
-        std::cout << "    " << line << '\n';
+        std::cout << "    " << printable(line) << '\n';
 }
 
 void printJson(const std::string& name, Substance& material) {
@@ -203,7 +207,8 @@ int printDescriptionInfo(const std::string& name, const std::string& xml, bool j
     if (xml.find('\0') == std::string::npos)
         material = SubstanceReader::getInstance().readFromXMLData(xml.c_str());
     if (!material) {
-        std::fprintf(stderr, "kvs info: %s: not a complete material description\n", name.c_str());
+        std::fprintf(stderr, "kvs info: %s: not a complete material description\n",
+                     kvUtil::printable(name).c_str());
         return 1;
     }
     if (json)

@@ -4,6 +4,8 @@
 #include "tools/kvs/Material.h"
 #include "tools/kvs/PackageInfo.h"
 
+#include "engine/package/Package.h"
+
 #include <string>
 #include <vector>
 
@@ -11,15 +13,13 @@ namespace kvs {
 
 namespace {
 
-// Files beyond this size are neither packages nor descriptions we accept.
-constexpr size_t kMaxInputBytes = size_t(256) << 20;
-
 int runInfo(const ParsedArgs& args) {
     if (args.operands.size() != 1) {
         throw UsageError(args.operands.empty() ? "no file given" : "one file at a time");
     }
     const std::string& path = args.operands[0];
-    const std::vector<char> bytes = readInputFile(path, kMaxInputBytes);
+    // Nothing larger is a package, and a description is smaller still.
+    const std::vector<char> bytes = readInputFile(path, kvengine::PackageLimits::maxPackageBytes);
     if (isPackageData(bytes))
         return printPackageInfo(path, bytes, args.has("--json"));
     return printDescriptionInfo(path, std::string(bytes.begin(), bytes.end()), args.has("--json"));

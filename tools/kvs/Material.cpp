@@ -4,6 +4,7 @@
 
 #include "bridge/SubstanceBridge.h"
 #include "engine/api/FailureReason.h"
+#include "engine/package/Package.h"
 #include "framework/render/PackageStackDesc.h"
 
 #include <cctype>
@@ -12,13 +13,6 @@
 #include <fstream>
 
 namespace kvs {
-
-namespace {
-
-// No package or state file of ours comes near this.
-constexpr size_t kMaxPackageBytes = size_t(256) << 20;
-
-} // namespace
 
 std::vector<char> readInputFile(const std::string& path, size_t maxBytes) {
     std::ifstream file(path, std::ios::binary | std::ios::ate);
@@ -71,7 +65,7 @@ Material::Material(const std::string& package, const std::string& stack) {
 Material::~Material() = default;
 
 std::unique_ptr<SubstanceAir::PackageDesc> Material::load(const std::string& path) {
-    const std::vector<char> bytes = readInputFile(path, kMaxPackageBytes);
+    const std::vector<char> bytes = readInputFile(path, kvengine::PackageLimits::maxPackageBytes);
     mInputFiles.push_back(path);
     const SubstanceAir::OutputFormatOptions options = {SubstanceAir::AllFormatClasses, 0};
     kvengineClearFailure();

@@ -1,8 +1,10 @@
 #include "tools/kvs/PackageInfo.h"
 
+#include "engine/evaluator/Evaluator.h"
 #include "framework/description/ChannelUsage.h"
 #include "framework/description/NumberText.h"
 #include "framework/description/PackageDesc.h"
+#include "platform/base/PrintableText.h"
 
 #include <nlohmann/json.hpp>
 
@@ -66,6 +68,23 @@ ValueTexts valueTexts(const InputDescBase& input) {
     return texts;
 }
 
+// Width and height a graph renders at when nothing sets its $outputsize:
+// the input's default, or the engine's own default without the input.
+std::pair<std::string, std::string> defaultSize(const GraphDesc& graph) {
+    Math::Vector2<int> log2Size = {kvengine::EvaluatorLimits::defaultLog2Side,
+                                   kvengine::EvaluatorLimits::defaultLog2Side};
+    for (const auto& input : graph.inputs) {
+        const auto* size = dynamic_cast<const InputDescNumerical<Math::Vector2<int>>*>(input.get());
+        if (size != nullptr && input->identifier == "$outputsize") {
+            log2Size = size->defaultValue;
+        }
+    }
+    const auto side = [](int log2) {
+        return log2 >= 0 && log2 < 31 ? std::to_string(1u << log2) : "2^" + std::to_string(log2);
+    };
+    return {side(log2Size.x), side(log2Size.y)};
+}
+
 const char* channelName(const OutputDesc& output) {
     return output.channel < ChannelUsageCount ? getChannelNames()[output.channel] : "unknown";
 }
@@ -102,40 +121,45 @@ ordered_json graphJson(const GraphDesc& graph) {
         }
         presets.push_back({{"label", preset.label}, {"description", preset.description}, {"values", values}});
     }
-    return {{"url", graph.packageUrl},
-            {"label", graph.label},
-            {"inputs", inputs},
-            {"outputs", outputs},
-            {"presets", presets}};
+    const auto size = defaultSize(graph);
+    return {
+        {"url", graph.packageUrl}, {"label", graph.label}, {"defaultSize", size.first + "x" + size.second},
+        {"inputs", inputs},        {"outputs", outputs},   {"presets", presets}};
 }
 
+// Every text that came from the package goes through printable().
 void printText(const std::string& name, const PackageDesc& package) {
-    std::cout << "package " << name << "\n  asmuid " << package.asmUid() << "\n";
+    using kvUtil::printable;
+    std::cout << "package " << printable(name) << "\n  asmuid " << package.asmUid() << "\n";
     for (const GraphDesc& graph : package.graphs()) {
-        std::cout << "graph " << graph.packageUrl << " \"" << graph.label << "\"\n  inputs\n";
+        const auto size = defaultSize(graph);
+        std::cout << "graph " << printable(graph.packageUrl) << " \"" << printable(graph.label)
+                  << "\"\n  renders at " << size.first << 'x' << size.second << " by default\n  inputs\n";
         for (const auto& input : graph.inputs) {
-            std::cout << "    " << input->uid << ' ' << input->identifier << ' ' << typeName(input->type)
-                      << " \"" << input->label << '"';
+            std::cout << "    " << input->uid << ' ' << printable(input->identifier) << ' '
+                      << typeName(input->type) << " \"" << printable(input->label) << '"';
             if (input->isNumerical()) {
                 const ValueTexts texts = valueTexts(*input);
                 std::cout << " default " << texts.defaultValue << " min " << texts.minValue << " max "
                           << texts.maxValue;
             }
             const std::string widget = widgetName(*input);
-            std::cout << " widget " << (widget.empty() ? "-" : widget) << '\n';
+            std::cout << " widget " << (widget.empty() ? "-" : printable(widget)) << '\n';
         }
         std::cout << "  outputs\n";
         for (const OutputDesc& output : graph.outputs) {
-            std::cout << "    " << output.uid << ' ' << output.identifier << " \"" << output.label
-                      << "\" format " << output.format << " mipmaps " << output.mipmaps << " channel "
-                      << channelName(output) << '\n';
+            std::cout << "    " << output.uid << ' ' << printable(output.identifier) << " \""
+                      << printable(output.label) << "\" format " << output.format << " mipmaps "
+                      << output.mipmaps << " channel " << channelName(output) << '\n';
         }
         std::cout << "  presets\n";
         for (const Preset& preset : graph.presets) {
-            std::cout << "    \"" << preset.label << "\"";
+            std::cout << "    \"" << printable(preset.label) << "\"";
             for (const PresetInputValue& value : preset.inputValues) {
-                std::cout << ' ' << (value.identifier.empty() ? std::to_string(value.uid) : value.identifier)
-                          << '=' << value.value;
+                std::cout << ' '
+                          << printable(value.identifier.empty() ? std::to_string(value.uid)
+                                                                : value.identifier)
+                          << '=' << printable(value.value);
             }
             std::cout << '\n';
         }
@@ -154,7 +178,8 @@ bool isPackageData(const std::vector<char>& bytes) {
 int printPackageInfo(const std::string& name, const std::vector<char>& bytes, bool json) {
     const PackageDesc package(bytes.data(), bytes.size(), nullptr);
     if (!package.loadProblem().empty()) {
-        std::fprintf(stderr, "kvs info: %s: %s\n", name.c_str(), package.loadProblem().c_str());
+        std::fprintf(stderr, "kvs info: %s: %s\n", kvUtil::printable(name).c_str(),
+                     kvUtil::printable(package.loadProblem()).c_str());
         return 1;
     }
     if (json) {

@@ -1,8 +1,11 @@
 // kvs render: renders the outputs of a package, or of a stack of two, through
 // the library, once or as a batch of variations.
 #include "tools/kvs/Batch.h"
+#include "tools/kvs/BudgetOptions.h"
 #include "tools/kvs/Cli.h"
 #include "tools/kvs/OutputWriting.h"
+
+#include "platform/base/PrintableText.h"
 
 #include <nlohmann/json.hpp>
 
@@ -46,7 +49,8 @@ public:
     }
     void show(size_t done, const std::string& name) const {
         if (mShown) {
-            std::fprintf(stderr, "\rkvs render: %zu/%zu %-40s", done, mTotal, name.c_str());
+            std::fprintf(stderr, "\rkvs render: %zu/%zu %-40s", done, mTotal,
+                         kvUtil::printable(name).c_str());
             std::fflush(stderr);
         }
     }
@@ -65,6 +69,7 @@ int runRender(const ParsedArgs& args) {
     const std::vector<BatchItem> items = batchItems(common, args.value("--seeds"));
     OutputRequest request = requestOf(args);
     const bool json = args.has("--json");
+    applyBudget(args);
 
     Material material(args.operands[0], args.value("--stack"));
     checkOutputsExist(material, request.outputs);
@@ -97,7 +102,8 @@ int runRender(const ParsedArgs& args) {
             ++failed;
             entry["error"] = e.what();
             if (!json) {
-                std::fprintf(stderr, "kvs render: %s: %s\n", item.name.c_str(), e.what());
+                std::fprintf(stderr, "kvs render: %s: %s\n", kvUtil::printable(item.name).c_str(),
+                             kvUtil::printable(e.what()).c_str());
             }
         }
         summary["items"].push_back(entry);
@@ -128,6 +134,8 @@ std::vector<OptionSpec> renderOptions() {
         {"--json", nullptr, "print a JSON summary instead of one line per file"},
     };
     options.insert(options.end(), own.begin(), own.end());
+    const std::vector<OptionSpec> budget = budgetOptions();
+    options.insert(options.end(), budget.begin(), budget.end());
     return options;
 }
 

@@ -4,6 +4,8 @@
 #include "tools/kvs/FileOutput.h"
 #include "tools/kvs/ValueEdits.h"
 
+#include "platform/base/PrintableText.h"
+
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
@@ -66,19 +68,20 @@ int show(const ParsedArgs& args) {
             lines += text[at + 1] != '\n' ? 1 : 0;
         }
         std::printf("state of %s\n  %zu values (give the package to name them: kvs state show %s PACKAGE)\n",
-                    text.substr(0, text.find('\n')).c_str(), lines, path.c_str());
+                    kvUtil::printable(text.substr(0, text.find('\n'))).c_str(), lines,
+                    kvUtil::printable(path).c_str());
         return 0;
     }
     Material material(args.operands[2], args.value("--stack"));
     ValueEdits edits;
     edits.stateFiles = {path};
     applyEdits(material, edits);
-    std::printf("state of %s\n", material.model()->getPackageURL().asChar());
+    std::printf("state of %s\n", kvUtil::printable(material.model()->getPackageURL().asChar()).c_str());
     for (const kvString::CString& id : material.model()->getInputIds()) {
         const kvSubstance::SubstanceInput& input = material.input(id.str());
         const std::string value = valueText(input, false);
         const std::string fallback = valueText(input, true);
-        std::printf("  %-18s %-14s%s\n", id.asChar(), value.c_str(),
+        std::printf("  %-18s %-14s%s\n", kvUtil::printable(id.asChar()).c_str(), value.c_str(),
                     value == fallback ? "" : ("(default " + fallback + ")").c_str());
     }
     return 0;

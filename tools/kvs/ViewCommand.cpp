@@ -1,5 +1,6 @@
 // kvs view: shows a material in the browser and re-renders it through the
 // library on every change; a package source is compiled again on each save.
+#include "tools/kvs/BudgetOptions.h"
 #include "tools/kvs/Cli.h"
 #include "tools/kvs/viewer/ViewServer.h"
 
@@ -29,6 +30,7 @@ int runView(const ParsedArgs& args) {
         throw UsageError("--port takes a number from 0 to 65535, not \"" + port + "\"");
     }
     options.threeJs = KV_THREE_JS;
+    applyBudget(args);
     const sigset_t stopSignals = viewer::blockStopSignals();
     viewer::ViewSession session(args.operands[0], args.value("--stack"));
 
@@ -52,13 +54,21 @@ int runView(const ParsedArgs& args) {
     return 0;
 }
 
+std::vector<OptionSpec> viewOptions() {
+    std::vector<OptionSpec> options = {
+        {"--stack", "TOP.mpk", "a package to stack on top of the material"},
+        {"--port", "N", "the port to listen on (default 8780; 0 picks a free one)"},
+        {"--bind", "ADDRESS", "the address to listen on (default 127.0.0.1, this machine only)"}};
+    const std::vector<OptionSpec> budget = budgetOptions();
+    options.insert(options.end(), budget.begin(), budget.end());
+    return options;
+}
+
 const CommandRegistration registration({
     "view",
     "show a material in the browser, re-rendered on every change",
     "PACKAGE.mpk | SOURCE.json",
-    {{"--stack", "TOP.mpk", "a package to stack on top of the material"},
-     {"--port", "N", "the port to listen on (default 8780; 0 picks a free one)"},
-     {"--bind", "ADDRESS", "the address to listen on (default 127.0.0.1, this machine only)"}},
+    viewOptions(),
     runView,
     "Open the address it prints. Every input has a widget; each change renders every output\n"
     "again through the library and shows it, with a lit preview on a plane and a sphere.\n"

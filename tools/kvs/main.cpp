@@ -2,6 +2,8 @@
 //   kvs --help | --version | help COMMAND | COMMAND --help | COMMAND [arguments]
 #include "tools/kvs/Cli.h"
 
+#include "platform/base/PrintableText.h"
+
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -28,7 +30,7 @@ std::vector<std::string> commandNames() {
 }
 
 int unknownCommand(const std::string& name) {
-    std::fprintf(stderr, "kvs: unknown command '%s'%s (see kvs --help)\n", name.c_str(),
+    std::fprintf(stderr, "kvs: unknown command '%s'%s (see kvs --help)\n", kvUtil::printable(name).c_str(),
                  kvs::suggestion(name, commandNames()).c_str());
     return 2;
 }
@@ -42,14 +44,15 @@ int runCommand(const kvs::CommandSpec& command, int argc, char** argv) {
         }
         return command.run(args);
     } catch (const kvs::UsageError& e) {
-        std::fprintf(stderr, "kvs %s: %s (see kvs %s --help)\n", command.name, e.what(), command.name);
+        std::fprintf(stderr, "kvs %s: %s (see kvs %s --help)\n", command.name,
+                     kvUtil::printable(e.what()).c_str(), command.name);
         return 2;
     } catch (const kvs::Failure& e) {
-        std::fprintf(stderr, "kvs %s: %s\n", command.name, e.what());
+        std::fprintf(stderr, "kvs %s: %s\n", command.name, kvUtil::printable(e.what()).c_str());
     } catch (const std::bad_alloc&) {
         std::fprintf(stderr, "kvs %s: out of memory\n", command.name);
     } catch (const std::exception& e) {
-        std::fprintf(stderr, "kvs %s: %s\n", command.name, e.what());
+        std::fprintf(stderr, "kvs %s: %s\n", command.name, kvUtil::printable(e.what()).c_str());
     }
     return 1;
 }

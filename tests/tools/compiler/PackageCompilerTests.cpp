@@ -323,6 +323,19 @@ TEST(CompilerErrors, MalformedSourcesGiveOneLine) {
     EXPECT_NE(sourceError(std::string(5u << 20, ' ')).find("source larger than"), std::string::npos);
 }
 
+// Names quoted from the source or its path cannot carry terminal escapes,
+// line breaks or malformed UTF-8 into a message.
+TEST(CompilerErrors, QuotedNamesArePrintable) {
+    EXPECT_EQ(errorOf([](Json& s) { s["graphs"][0]["nodes"][0]["kind"] = "\x1b[2J\nbrick\u00e9"; }),
+              "tiles.json: graph 'pkg://tests/tiles': node 'bricks': unknown kind '\\x1b[2J\\x0abrick\u00e9'");
+    try {
+        compilePackageSource("[]", "bad\xff\xc0.json");
+        ADD_FAILURE() << "compiled";
+    } catch (const CompileError& e) {
+        EXPECT_EQ(std::string(e.what()), "bad\\xff\\xc0.json: expected an object");
+    }
+}
+
 TEST(CompilerErrors, EachFaultNamesItsPlace) {
     auto g = [](Json& s) -> Json& { return s["graphs"][0]; };
     struct Case {

@@ -83,6 +83,22 @@ TEST(KvsInfo, JsonCarriesTheSameMaterial) {
     EXPECT_EQ(doc["state"].get<std::string>().rfind("pkg://painted_plaster\n", 0), 0u);
 }
 
+// Labels cannot reach the terminal as escape sequences or forge lines.
+TEST(KvsInfo, TextFromTheDescriptionIsEscaped) {
+    std::string hostile = slurp(kSample);
+    const std::string label = "\"Painted Plaster\"";
+    ASSERT_NE(hostile.find(label), std::string::npos);
+    hostile.replace(hostile.find(label), label.size(), "\"Painted\x1b[2J&#10;inputs 99\x85\"");
+    const std::string path = writeScratch("hostile.xml", hostile);
+    const Outcome run = kvs(path);
+    std::remove(path.c_str());
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.out.find("label \"Painted\\x1b[2J\\x0ainputs 99"), std::string::npos) << run.out;
+    EXPECT_EQ(run.out.find('\x1b'), std::string::npos);
+    EXPECT_EQ(run.out.find('\x85'), std::string::npos);
+    EXPECT_EQ(run.out.find("\ninputs 99"), std::string::npos);
+}
+
 TEST(KvsInfo, ErrorsAreOneLineAndNonZero) {
     const std::string deep = writeScratch("deep.xml", std::string(200000, '<'));
     const std::string partial = writeScratch("partial.xml", slurp(kSample).substr(0, 900));
