@@ -69,7 +69,8 @@ for target in "${targets[@]}"; do
     mkdir -p "$found" "$seeds/$target"
     echo "== fuzz_$target: replay, then ${seconds}s"
     "$binary" -runs=0 "$seeds/$target"
-    "$binary" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 \
+    # A fixed seed keeps these short runs repeatable; docs/fuzzing.md runs longer ones with random seeds.
+    "$binary" -seed=1 -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 \
         "$found" "$seeds/$target" 2>&1 | grep -E '^(#|stat::number_of_executed_units|stat::peak_rss)|ERROR|SUMMARY' |
         tail -n 4
 done
