@@ -5,6 +5,7 @@
 #include "engine/evaluator/GraphRender.h"
 #include "engine/evaluator/GraphState.h"
 #include "engine/evaluator/ImageCache.h"
+#include "engine/evaluator/LeadThread.h"
 #include "engine/evaluator/PixelFormats.h"
 #include "engine/evaluator/ThreadPool.h"
 
@@ -74,10 +75,16 @@ struct Evaluator::Impl {
     uint64_t imageVersion = 0;
     ImageCache cache;
     ThreadPool pool;
+    std::unique_ptr<LeadThread> lead; // when the pool has threads besides the caller
 
     Impl(Assembly a, const EvaluatorOptions& options)
         : assembly(std::move(a)), limits(withDefaults(options.limits)), cache(options.limits.cacheBytes),
-          pool(options.threadCount) {}
+          pool(options.threadCount) {
+        if (pool.threadCount() > 1)
+            lead = std::make_unique<LeadThread>();
+    }
+
+    Status renderQueued(const Evaluator::Allocate& allocate, const Evaluator::Deliver& deliver);
 
     Status findOutput(unsigned id, bool byUid, unsigned& index) const {
         if (!byUid) {
@@ -208,32 +215,40 @@ Status Evaluator::queueOutputs(const unsigned* outputs, unsigned count, bool byU
 }
 
 Status Evaluator::render(const Allocate& allocate, const Deliver& deliver) {
-    std::vector<QueuedOutput> queue;
-    queue.swap(impl_->queue);
+    if (!impl_->lead)
+        return impl_->renderQueued(allocate, deliver);
+    Status status;
+    impl_->lead->run([&] { status = impl_->renderQueued(allocate, deliver); });
+    return status;
+}
+
+Status Evaluator::Impl::renderQueued(const Evaluator::Allocate& allocate, const Evaluator::Deliver& deliver) {
+    std::vector<QueuedOutput> queued;
+    queued.swap(queue);
     RenderContext context;
-    context.parallel = &impl_->pool;
-    context.cache = &impl_->cache;
-    context.limits = &impl_->limits;
+    context.parallel = &pool;
+    context.cache = &cache;
+    context.limits = &limits;
     context.allocate = &allocate;
     context.deliver = &deliver;
     // Graphs render one after the other, in the order their first output was queued.
-    std::vector<char> done(impl_->graphs.size(), 0);
-    for (const QueuedOutput& first : queue) {
-        const uint32_t graph = impl_->outputs[first.index].graph;
+    std::vector<char> done(graphs.size(), 0);
+    for (const QueuedOutput& first : queued) {
+        const uint32_t graph = outputs[first.index].graph;
         if (done[graph])
             continue;
         done[graph] = 1;
         std::vector<OutputRequest> requests;
-        for (const QueuedOutput& queued : queue)
-            if (impl_->outputs[queued.index].graph == graph)
-                requests.push_back({impl_->outputs[queued.index].local, queued.index, queued.jobUserData});
+        for (const QueuedOutput& output : queued)
+            if (outputs[output.index].graph == graph)
+                requests.push_back({outputs[output.index].local, output.index, output.jobUserData});
         try {
-            if (Status status = renderGraph(impl_->graphs[graph], requests, context); !status.ok())
+            if (Status status = renderGraph(graphs[graph], requests, context); !status.ok())
                 return status;
         } catch (const std::bad_alloc&) {
-            impl_->cache.clear();
-            return {SubstanceStatus_OutOfMemory, "engine: " + graphPlace(impl_->assembly.graphs[graph]) +
-                                                     ": out of memory while rendering"};
+            cache.clear();
+            return {SubstanceStatus_OutOfMemory,
+                    "engine: " + graphPlace(assembly.graphs[graph]) + ": out of memory while rendering"};
         }
     }
     return {};

@@ -1,8 +1,9 @@
-// The evaluator's building blocks on their own: the thread pool, the result
-// cache and the half-float conversion.
+// The evaluator's building blocks on their own: the thread pool, the lead
+// thread, the result cache and the half-float conversion.
 #include "EvaluatorFixtures.h"
 
 #include "engine/evaluator/ImageCache.h"
+#include "engine/evaluator/LeadThread.h"
 #include "engine/evaluator/ThreadPool.h"
 
 #include <gtest/gtest.h>
@@ -68,6 +69,25 @@ TEST(ThreadPool, RethrowsAfterEveryThreadStopped) {
     std::atomic<int> sum{0};
     pool.run(10, [&](int begin, int end) { sum += end - begin; });
     EXPECT_EQ(sum.load(), 10);
+}
+
+TEST(LeadThread, RunsEveryTaskOnOneKeptThreadWhicheverThreadAsks) {
+    LeadThread lead;
+    std::thread::id first;
+    lead.run([&] { first = std::this_thread::get_id(); });
+    EXPECT_NE(first, std::this_thread::get_id());
+    for (int i = 0; i < 20; ++i) {
+        std::thread::id ranOn;
+        int result = 0;
+        std::thread caller([&] { lead.run([&] { ranOn = std::this_thread::get_id(), result = i * 2; }); });
+        caller.join();
+        EXPECT_EQ(ranOn, first);
+        EXPECT_EQ(result, i * 2) << "run returns only once the task has finished";
+    }
+    EXPECT_THROW(lead.run([] { throw std::runtime_error("render failed"); }), std::runtime_error);
+    bool ran = false;
+    lead.run([&] { ran = true; });
+    EXPECT_TRUE(ran) << "a task that threw leaves the thread usable";
 }
 
 std::shared_ptr<const Image> image(int side) {
