@@ -60,7 +60,7 @@ bool writeRender(const std::string& dir, const std::string& name, const kvbench:
     image.width = image.height = kvbench::kCompareSide;
     image.channels = render.channels;
     image.texels = render.texels;
-    return kvs::writePng(dir + "/" + name + ".png", image, 8, error);
+    return kvs::writePng(dir + "/" + name + ".png", kvs::quantisedPng(image, 8), error);
 }
 
 // Renders the row runs times on each side, alternating so that a burst of

@@ -38,25 +38,44 @@ void appendBytes(png_structp png, png_bytep data, png_size_t size) {
 
 void flushNothing(png_structp) {}
 
+bool isLittleEndianHost() {
+    const uint16_t one = 1;
+    unsigned char first = 0;
+    std::memcpy(&first, &one, 1);
+    return first == 1;
+}
+
 } // namespace
 
-bool writePng(const std::string& path, const FloatImage& image, int bitDepth, std::string& error) {
-    const int colourTypes[] = {0, PNG_COLOR_TYPE_GRAY, 0, PNG_COLOR_TYPE_RGB, PNG_COLOR_TYPE_RGB_ALPHA};
+PngImage quantisedPng(const FloatImage& image, int bitDepth) {
+    PngImage png;
+    png.width = image.width;
+    png.height = image.height;
+    png.channels = image.channels;
+    png.bitDepth = bitDepth;
     const size_t bytesPerSample = bitDepth == 16 ? 2 : 1;
     const size_t rowBytes =
         static_cast<size_t>(image.width) * static_cast<size_t>(image.channels) * bytesPerSample;
-    std::vector<unsigned char> pixels(rowBytes * static_cast<size_t>(image.height));
+    png.samples.resize(rowBytes * static_cast<size_t>(image.height));
+    std::vector<unsigned char>& samples = png.samples;
     if (bitDepth == 16) {
         for (size_t i = 0; i < image.texels.size(); ++i) {
             const uint32_t v = quantise<65535>(image.texels[i]);
-            pixels[2 * i] = static_cast<unsigned char>(v >> 8); // PNG samples are big-endian
-            pixels[2 * i + 1] = static_cast<unsigned char>(v & 0xff);
+            samples[2 * i] = static_cast<unsigned char>(v >> 8); // PNG samples are big-endian
+            samples[2 * i + 1] = static_cast<unsigned char>(v & 0xff);
         }
     } else {
         for (size_t i = 0; i < image.texels.size(); ++i)
-            pixels[i] = static_cast<unsigned char>(quantise<255>(image.texels[i]));
+            samples[i] = static_cast<unsigned char>(quantise<255>(image.texels[i]));
     }
+    png.rows.resize(static_cast<size_t>(image.height));
+    for (size_t y = 0; y < png.rows.size(); ++y)
+        png.rows[y] = samples.data() + y * rowBytes;
+    return png;
+}
 
+bool writePng(const std::string& path, const PngImage& image, std::string& error) {
+    const int colourTypes[] = {0, PNG_COLOR_TYPE_GRAY, 0, PNG_COLOR_TYPE_RGB, PNG_COLOR_TYPE_RGB_ALPHA};
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
     png_infop info = png ? png_create_info_struct(png) : nullptr;
     if (!info) {
@@ -65,9 +84,6 @@ bool writePng(const std::string& path, const FloatImage& image, int bitDepth, st
         return false;
     }
     PngWriteState state;
-    std::vector<png_bytep> rows(static_cast<size_t>(image.height));
-    for (size_t y = 0; y < rows.size(); ++y)
-        rows[y] = pixels.data() + y * rowBytes;
     if (setjmp(png_jmpbuf(png))) {
         png_destroy_write_struct(&png, &info);
         error = path + ": PNG encoding failed";
@@ -75,8 +91,8 @@ bool writePng(const std::string& path, const FloatImage& image, int bitDepth, st
     }
     png_set_write_fn(png, &state, appendBytes, flushNothing);
     png_set_IHDR(png, info, static_cast<png_uint_32>(image.width), static_cast<png_uint_32>(image.height),
-                 bitDepth, colourTypes[image.channels], PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
-                 PNG_FILTER_TYPE_DEFAULT);
+                 image.bitDepth, colourTypes[image.channels], PNG_INTERLACE_NONE,
+                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     // Textures are written often, so speed comes first: one filter instead of
     // trying every filter per row, and run-length matching, which after the
     // Paeth filter compresses textures about as well as full matching (both
@@ -84,8 +100,14 @@ bool writePng(const std::string& path, const FloatImage& image, int bitDepth, st
     png_set_compression_level(png, 2);
     png_set_compression_strategy(png, Z_RLE);
     png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_PAETH);
-    png_set_rows(png, info, rows.data());
-    png_write_png(png, info, PNG_TRANSFORM_IDENTITY, nullptr);
+    // The rows are only read, whatever libpng's prototype says.
+    png_set_rows(png, info, const_cast<png_bytepp>(image.rows.data()));
+    int transforms = PNG_TRANSFORM_IDENTITY;
+    if (image.dropsFourth)
+        transforms |= PNG_TRANSFORM_STRIP_FILLER_AFTER;
+    if (image.hostByteOrder && image.bitDepth == 16 && isLittleEndianHost())
+        transforms |= PNG_TRANSFORM_SWAP_ENDIAN;
+    png_write_png(png, info, transforms, nullptr);
     png_destroy_write_struct(&png, &info);
     return writeFileAtomically(path, state.bytes.data(), state.bytes.size(), error);
 }

@@ -34,31 +34,39 @@ void refuseToOverwriteInputs(const Material& material, const std::string& path) 
     }
 }
 
-// Writes level `level` of an output's texture.
+// Writes level `level` of an output's texture. Integer textures written at
+// their own depth go to the encoder as they are; the others are decoded and
+// rounded.
 WrittenFile write(const Material& material, const OutputRequest& request, const std::string& identifier,
                   const SubstanceTexture& texture, int level) {
-    const FloatImage image = textureLevelImage(texture, level);
     const std::string depth = !request.depth.empty()                    ? request.depth
                               : isFloatFormat(texture.pixelFormat)      ? "float"
                               : isSixteenBitFormat(texture.pixelFormat) ? "16"
                                                                         : "8";
+    const bool exr = depth == "float";
+    PngImage png;
+    FloatImage image;
+    if (exr || !borrowPngRows(texture, level, std::stoi(depth), png)) {
+        image = textureLevelImage(texture, level);
+        if (!exr) {
+            png = quantisedPng(image, std::stoi(depth));
+        }
+    }
     WrittenFile file;
     file.output = identifier;
-    file.width = image.width;
-    file.height = image.height;
+    file.width = exr ? image.width : png.width;
+    file.height = exr ? image.height : png.height;
     file.level = level;
     file.renderedAs = pixelFormatName(texture.pixelFormat);
     file.path = (request.outdir == "." ? "" : request.outdir + "/") + material.fileStem() +
                 (request.variation.empty() ? "" : "_" + request.variation) + "_" + graphFileName(identifier) +
-                (level == 0 ? "" : "_mip" + std::to_string(level)) + (depth == "float" ? ".exr" : ".png");
+                (level == 0 ? "" : "_mip" + std::to_string(level)) + (exr ? ".exr" : ".png");
     refuseToOverwriteInputs(material, file.path);
     std::string error;
-    const bool written = depth == "float" ? writeExr(file.path, image, error)
-                                          : writePng(file.path, image, std::stoi(depth), error);
-    if (!written) {
+    if (!(exr ? writeExr(file.path, image, error) : writePng(file.path, png, error))) {
         throw Failure(error);
     }
-    file.writtenAs = depth == "float" ? "float EXR" : depth + "-bit PNG";
+    file.writtenAs = exr ? "float EXR" : depth + "-bit PNG";
     return file;
 }
 

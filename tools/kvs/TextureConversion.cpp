@@ -30,6 +30,28 @@ FloatImage textureLevelImage(const SubstanceTexture& texture, int level) {
     return image;
 }
 
+bool borrowPngRows(const SubstanceTexture& texture, int level, int bitDepth, PngImage& out) {
+    kvengine::TextureLevel layout;
+    if (!kvengine::recordLevel(texture, level, layout).ok() || layout.format->isFloat ||
+        8 * layout.format->channelBytes != bitDepth) {
+        return false;
+    }
+    out = PngImage{};
+    out.width = layout.width;
+    out.height = layout.height;
+    out.channels = layout.format->alphaForcedOne ? 3 : layout.format->channels;
+    out.bitDepth = bitDepth;
+    out.dropsFourth = layout.format->alphaForcedOne;
+    out.hostByteOrder = true;
+    const size_t rowBytes = static_cast<size_t>(layout.width) * layout.format->texelBytes();
+    const auto* first = static_cast<const unsigned char*>(texture.buffer) + layout.offset;
+    out.rows.resize(static_cast<size_t>(layout.height));
+    for (size_t y = 0; y < out.rows.size(); ++y) {
+        out.rows[y] = first + y * rowBytes;
+    }
+    return true;
+}
+
 std::string pixelFormatName(int code) {
     const kvengine::TexelFormat* format = kvengine::findTexelFormat(code);
     if (format == nullptr) {

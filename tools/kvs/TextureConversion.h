@@ -18,6 +18,12 @@ inline FloatImage textureImage(const SubstanceTexture& texture) {
     return textureLevelImage(texture, 0);
 }
 
+// Level `level` as PNG rows borrowed from the texture's buffer, when the
+// texture stores unsigned bitDepth-bit channels (no rounding on the way, the
+// padding of x formats dropped); false for any other format. The rows live
+// as long as the texture's buffer.
+bool borrowPngRows(const SubstanceTexture& texture, int level, int bitDepth, PngImage& out);
+
 // "8-bit RGBA", "16-bit gray", "half-float RGB", ...
 std::string pixelFormatName(int format);
 // Whether the format holds floats, and whether 16-bit unsigned channels.
