@@ -1,10 +1,14 @@
 #include "engine/nodes/PixelMemory.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <iterator>
 #include <map>
 #include <mutex>
 #include <new>
+#include <unordered_map>
+#include <vector>
 
 #if defined(__unix__) || defined(__APPLE__)
 #include <sys/mman.h>
@@ -15,28 +19,43 @@ namespace kvengine {
 
 namespace {
 
+constexpr size_t kLargestPiece = kPixelBlockBytes / 2;
+constexpr int kPieceClasses = 5; // 64 KiB, 128 KiB, ... 1 MiB
+static_assert((kPooledPixelBytes << (kPieceClasses - 1)) == kLargestPiece,
+              "piece classes end at half a block");
+
 size_t mappedSize(size_t bytes) {
-    return (bytes + kRecycledPixelBytes - 1) / kRecycledPixelBytes * kRecycledPixelBytes;
+    return (bytes + kPixelBlockBytes - 1) / kPixelBlockBytes * kPixelBlockBytes;
 }
 
-// Large buffers are mapped directly rather than taken from the C heap: the
-// heap keeps freed blocks of this size around for later and fragments, where
-// an unmapped buffer leaves the resident size at once.
-void* mapPixels(size_t size) {
+// Maps size bytes (whole blocks) starting at a block boundary: mmap only
+// promises page alignment, and a huge page can back only an aligned block.
+void* mapBlocks(size_t size) {
 #if defined(KV_HAVE_MMAP)
-    void* memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (memory == MAP_FAILED)
+    const size_t padded = size + kPixelBlockBytes;
+    if (padded < size)
         return nullptr;
+    void* raw = mmap(nullptr, padded, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (raw == MAP_FAILED)
+        return nullptr;
+    const uintptr_t start = reinterpret_cast<uintptr_t>(raw);
+    const uintptr_t aligned = (start + kPixelBlockBytes - 1) & ~uintptr_t(kPixelBlockBytes - 1);
+    const size_t head = aligned - start;
+    if (head != 0)
+        munmap(raw, head);
+    if (const size_t tail = padded - head - size; tail != 0)
+        munmap(reinterpret_cast<void*>(aligned + size), tail);
+    void* memory = reinterpret_cast<void*>(aligned);
 #if defined(MADV_HUGEPAGE)
     madvise(memory, size, MADV_HUGEPAGE); // advice only: failure leaves normal pages
 #endif
     return memory;
 #else
-    return std::aligned_alloc(kRecycledPixelBytes, size);
+    return std::aligned_alloc(kPixelBlockBytes, size);
 #endif
 }
 
-void unmapPixels(void* memory, size_t size) noexcept {
+void unmapBlocks(void* memory, size_t size) noexcept {
 #if defined(KV_HAVE_MMAP)
     munmap(memory, size);
 #else
@@ -45,38 +64,39 @@ void unmapPixels(void* memory, size_t size) noexcept {
 #endif
 }
 
-struct FreeList {
+// Free runs of whole blocks, by size.
+struct BlockFreeList {
     std::mutex mutex;
-    std::multimap<size_t, void*> buffers; // by mapped size
+    std::multimap<size_t, void*> runs;
     size_t bytes = 0;
 
     void* take(size_t size) {
         std::lock_guard<std::mutex> lock(mutex);
-        auto it = buffers.find(size);
-        if (it == buffers.end())
+        auto it = runs.find(size);
+        if (it == runs.end())
             return nullptr;
         void* memory = it->second;
-        buffers.erase(it);
+        runs.erase(it);
         bytes -= size;
         return memory;
     }
 
-    // Unmaps free buffers of other sizes worth at least size bytes, so that
-    // mapping a new buffer leaves the resident size where it was.
+    // Unmaps free runs of other sizes worth at least size bytes, so that
+    // mapping a new run leaves the resident size where it was.
     void shed(size_t size) noexcept {
         std::multimap<size_t, void*> shedding;
         {
             std::lock_guard<std::mutex> lock(mutex);
             size_t shed = 0;
-            while (shed < size && !buffers.empty()) {
-                auto largest = std::prev(buffers.end());
+            while (shed < size && !runs.empty()) {
+                auto largest = std::prev(runs.end());
                 shed += largest->first;
                 bytes -= largest->first;
-                shedding.insert(buffers.extract(largest));
+                shedding.insert(runs.extract(largest));
             }
         }
         for (const auto& [mapped, memory] : shedding)
-            unmapPixels(memory, mapped);
+            unmapBlocks(memory, mapped);
     }
 
     bool keep(void* memory, size_t size) noexcept {
@@ -84,7 +104,7 @@ struct FreeList {
         if (bytes + size > kPixelFreeListBytes)
             return false;
         try {
-            buffers.emplace(size, memory);
+            runs.emplace(size, memory);
         } catch (...) {
             return false; // runs in deleters: losing the chance to recycle is fine, throwing is not
         }
@@ -94,39 +114,125 @@ struct FreeList {
 };
 
 // Never destroyed: images held by static objects may be released after it would be.
-FreeList& freeList() {
-    static FreeList* list = new FreeList;
+BlockFreeList& blockFreeList() {
+    static BlockFreeList* list = new BlockFreeList;
     return *list;
+}
+
+void* acquireBlocks(size_t size) {
+    if (void* memory = blockFreeList().take(size))
+        return memory;
+    blockFreeList().shed(size);
+    return mapBlocks(size);
+}
+
+void releaseBlocks(void* memory, size_t size) noexcept {
+    if (!blockFreeList().keep(memory, size))
+        unmapBlocks(memory, size);
+}
+
+int pieceClass(size_t bytes) {
+    int c = 0;
+    while ((kPooledPixelBytes << c) < bytes)
+        ++c;
+    return c;
+}
+
+uintptr_t blockOf(const void* piece) {
+    return reinterpret_cast<uintptr_t>(piece) & ~uintptr_t(kPixelBlockBytes - 1);
+}
+
+// Buffers of a power-of-two size cut from blocks, one size per block. A
+// block whose pieces are all free again goes back to the block free list.
+class PiecePool {
+public:
+    void* take(size_t bytes) {
+        const int c = pieceClass(bytes);
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            if (!free_[c].empty()) {
+                char* piece = free_[c].back();
+                free_[c].pop_back();
+                ++used_.find(blockOf(piece))->second; // a free piece's block is in use
+                return piece;
+            }
+        }
+        char* block = static_cast<char*>(acquireBlocks(kPixelBlockBytes));
+        if (!block)
+            return nullptr;
+        const size_t pieceBytes = kPooledPixelBytes << c;
+        const size_t pieces = kPixelBlockBytes / pieceBytes;
+        std::lock_guard<std::mutex> lock(mutex_);
+        try {
+            used_.emplace(blockOf(block), 1u);
+            // Room for every piece of every block of the size, so that give never allocates.
+            free_[c].reserve(used_.size() * pieces);
+        } catch (...) {
+            used_.erase(blockOf(block));
+            releaseBlocks(block, kPixelBlockBytes);
+            return nullptr;
+        }
+        for (size_t i = 1; i < pieces; ++i)
+            free_[c].push_back(block + i * pieceBytes);
+        return block;
+    }
+
+    void give(void* memory, size_t bytes) noexcept {
+        char* piece = static_cast<char*>(memory);
+        const int c = pieceClass(bytes);
+        const uintptr_t block = blockOf(piece);
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            auto it = used_.find(block);
+            if (--it->second != 0) {
+                free_[c].push_back(piece);
+                return;
+            }
+            used_.erase(it);
+            std::vector<char*>& free = free_[c];
+            free.erase(std::remove_if(free.begin(), free.end(), [&](char* p) { return blockOf(p) == block; }),
+                       free.end());
+        }
+        releaseBlocks(reinterpret_cast<void*>(block), kPixelBlockBytes);
+    }
+
+private:
+    std::mutex mutex_;
+    std::vector<char*> free_[kPieceClasses];
+    std::unordered_map<uintptr_t, unsigned> used_; // pieces in use, by block
+};
+
+PiecePool& piecePool() {
+    static PiecePool* pool = new PiecePool; // never destroyed, as the block free list
+    return *pool;
 }
 
 } // namespace
 
 void* acquirePixels(size_t bytes) {
-    if (bytes < kRecycledPixelBytes)
+    if (bytes < kPooledPixelBytes)
         return std::malloc(bytes == 0 ? 1 : bytes);
+    if (bytes <= kLargestPiece)
+        return piecePool().take(bytes);
     const size_t size = mappedSize(bytes);
     if (size < bytes)
         return nullptr; // wrapped around
-    if (void* memory = freeList().take(size))
-        return memory;
-    freeList().shed(size);
-    return mapPixels(size);
+    return acquireBlocks(size);
 }
 
 void releasePixels(void* pixels, size_t bytes) noexcept {
     if (!pixels)
         return;
-    if (bytes < kRecycledPixelBytes) {
+    if (bytes < kPooledPixelBytes)
         std::free(pixels);
-        return;
-    }
-    const size_t size = mappedSize(bytes);
-    if (!freeList().keep(pixels, size))
-        unmapPixels(pixels, size);
+    else if (bytes <= kLargestPiece)
+        piecePool().give(pixels, bytes);
+    else
+        releaseBlocks(pixels, mappedSize(bytes));
 }
 
 size_t freePixelBytes() {
-    FreeList& list = freeList();
+    BlockFreeList& list = blockFreeList();
     std::lock_guard<std::mutex> lock(list.mutex);
     return list.bytes;
 }

@@ -1,10 +1,14 @@
 // Memory for pixels, recycled process-wide. A fresh buffer costs a page
 // fault and a kernel zeroing per page on first touch, which dominates the
-// cheap nodes; so large buffers that are let go wait in a free list (within
-// a byte budget) for the next request of the same size, from any render of
-// any handle. Past the budget they are unmapped at once, and a request the
-// free buffers cannot serve unmaps as many bytes of them as it maps: the
-// resident size follows what renders keep, not what they once held.
+// cheap nodes, all the more in a virtual machine where every fault exits to
+// the hypervisor. So pixels live in 2 MiB blocks mapped at 2 MiB boundaries,
+// which the kernel can back with one huge page each (a fault per block, not
+// per 4 KiB); buffers up to 1 MiB are cut from shared blocks, larger ones
+// take whole blocks. Blocks let go wait in a free list (within a byte
+// budget) for the next request, from any render of any handle; past the
+// budget they are unmapped at once, and a request the free blocks cannot
+// serve unmaps as many bytes of them as it maps: the resident size follows
+// what renders keep, not what they once held.
 #pragma once
 
 #include <cstddef>
@@ -12,10 +16,11 @@
 
 namespace kvengine {
 
-// Buffers from this size up are mapped on their own and recycled; smaller
-// ones come from the C heap, which recycles them well by itself.
-constexpr size_t kRecycledPixelBytes = size_t(2) << 20;
-// Bytes of free large buffers kept for reuse, over all handles.
+// The unit of mapping.
+constexpr size_t kPixelBlockBytes = size_t(2) << 20;
+// Buffers from this size up come from blocks; smaller ones from the C heap.
+constexpr size_t kPooledPixelBytes = size_t(64) << 10;
+// Bytes of free blocks kept for reuse, over all handles.
 constexpr size_t kPixelFreeListBytes = size_t(64) << 20;
 
 // An uninitialised buffer of at least bytes bytes, aligned for any vector
@@ -23,7 +28,7 @@ constexpr size_t kPixelFreeListBytes = size_t(64) << 20;
 void* acquirePixels(size_t bytes);
 void releasePixels(void* pixels, size_t bytes) noexcept;
 
-// Bytes currently waiting in the free list.
+// Bytes of whole blocks currently waiting in the free list.
 size_t freePixelBytes();
 
 struct PixelRelease {

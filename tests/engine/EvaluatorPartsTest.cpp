@@ -144,7 +144,7 @@ TEST(ImageCache, BudgetIsAnEighthOverEveryGraphsCompleteRender) {
 }
 
 TEST(PixelMemory, LargeBuffersAreRecycledAndTheFreeListIsBounded) {
-    const size_t bytes = kRecycledPixelBytes * 3 / 2;
+    const size_t bytes = kPixelBlockBytes * 3 / 2;
     void* first = acquirePixels(bytes);
     ASSERT_NE(first, nullptr);
     const size_t before = freePixelBytes();
@@ -162,10 +162,39 @@ TEST(PixelMemory, LargeBuffersAreRecycledAndTheFreeListIsBounded) {
     EXPECT_LE(freePixelBytes(), kPixelFreeListBytes);
     // A size the free buffers cannot serve makes them give back at least as much as it maps.
     const size_t held = freePixelBytes();
-    ASSERT_GE(held, 2 * kRecycledPixelBytes);
-    void* other = acquirePixels(2 * kRecycledPixelBytes);
-    EXPECT_LE(freePixelBytes(), held - 2 * kRecycledPixelBytes);
-    releasePixels(other, 2 * kRecycledPixelBytes);
+    ASSERT_GE(held, 2 * kPixelBlockBytes);
+    void* other = acquirePixels(2 * kPixelBlockBytes);
+    EXPECT_LE(freePixelBytes(), held - 2 * kPixelBlockBytes);
+    releasePixels(other, 2 * kPixelBlockBytes);
+}
+
+TEST(PixelMemory, SmallBuffersShareAlignedBlocksThatGoBackWhenEmpty) {
+    const size_t bytes = 200 << 10; // rounds up to 256 KiB pieces, eight to a block
+    std::vector<unsigned char*> pieces;
+    for (int i = 0; i < 24; ++i) {
+        auto* piece = static_cast<unsigned char*>(acquirePixels(bytes));
+        ASSERT_NE(piece, nullptr);
+        std::fill(piece, piece + bytes, static_cast<unsigned char>(i));
+        pieces.push_back(piece);
+    }
+    for (size_t i = 0; i < pieces.size(); ++i) {
+        EXPECT_EQ(reinterpret_cast<uintptr_t>(pieces[i]) % kPooledPixelBytes, 0u);
+        EXPECT_EQ(pieces[i][0], i) << "pieces overlap";
+        EXPECT_EQ(pieces[i][bytes - 1], i) << "pieces overlap";
+    }
+    std::vector<uintptr_t> blocks;
+    for (unsigned char* piece : pieces)
+        blocks.push_back(reinterpret_cast<uintptr_t>(piece) & ~uintptr_t(kPixelBlockBytes - 1));
+    std::sort(blocks.begin(), blocks.end());
+    EXPECT_EQ(std::unique(blocks.begin(), blocks.end()) - blocks.begin(), 3) << "24 pieces fill three blocks";
+    // Released, a piece is the next one handed out; a block empties back to the free list.
+    releasePixels(pieces.back(), bytes);
+    EXPECT_EQ(acquirePixels(bytes), pieces.back());
+    const size_t before = freePixelBytes();
+    for (unsigned char* piece : pieces)
+        releasePixels(piece, bytes);
+    const size_t room = (kPixelFreeListBytes - before) / kPixelBlockBytes * kPixelBlockBytes;
+    EXPECT_EQ(freePixelBytes() - before, std::min(3 * kPixelBlockBytes, room));
 }
 
 TEST(EvaluatorFormats, HalfFloatsRoundToNearestEven) {
