@@ -30,26 +30,36 @@ struct StoreFloat {
     float operator()(float v) const { return v; }
 };
 
-// Interleaves up to four float rows (null: the value 1) into texels of
-// `channels` samples of type T. One loop per channel and sample type, so
-// that nothing about the format is decided per texel.
+// Interleaves float rows into texels of Channels samples of type T, a texel
+// at a time so that the compiler can vectorise the conversion and the
+// interleaving together; with Opaque the last channel is the value 1.
+// Nothing about the format is decided per texel.
+template <typename T, int Channels, bool Opaque, typename Store>
+void interleaveTexels(const float* const rgba[4], int width, unsigned char* out, Store store) {
+    constexpr int stored = Opaque ? Channels - 1 : Channels;
+    const T one = store(1.0f);
+    for (int x = 0; x < width; ++x) {
+        T texel[Channels];
+        for (int c = 0; c < stored; ++c)
+            texel[c] = store(rgba[c][x]);
+        if (Opaque)
+            texel[Channels - 1] = one;
+        // Rows need not be aligned for T.
+        std::memcpy(out + static_cast<size_t>(x) * sizeof(texel), texel, sizeof(texel));
+    }
+}
+
+// Rows: one per channel of the format; only the fourth may be null (opaque).
 template <typename T, typename Store>
 void interleaveRow(const float* const rgba[4], int channels, int width, unsigned char* out, Store store) {
-    const size_t texel = static_cast<size_t>(channels) * sizeof(T);
-    for (int c = 0; c < channels; ++c) {
-        unsigned char* dst = out + static_cast<size_t>(c) * sizeof(T); // rows need not be aligned for T
-        const float* src = rgba[c];
-        if (!src) {
-            const T one = store(1.0f);
-            for (int x = 0; x < width; ++x, dst += texel)
-                std::memcpy(dst, &one, sizeof(T));
-            continue;
-        }
-        for (int x = 0; x < width; ++x, dst += texel) {
-            const T sample = store(src[x]);
-            std::memcpy(dst, &sample, sizeof(T));
-        }
-    }
+    if (channels == 4 && rgba[3] == nullptr)
+        interleaveTexels<T, 4, true>(rgba, width, out, store);
+    else if (channels == 4)
+        interleaveTexels<T, 4, false>(rgba, width, out, store);
+    else if (channels == 3)
+        interleaveTexels<T, 3, false>(rgba, width, out, store);
+    else
+        interleaveTexels<T, 1, false>(rgba, width, out, store);
 }
 
 // Writes one row of texels from up to four float rows (null alpha: opaque).
@@ -90,6 +100,8 @@ void writeLevel(const Image& image, const TexelFormat& format, unsigned char* bu
     });
 }
 
+// Averages each 2 x 2 block of texels; a side of one texel stays one, and
+// an odd side wraps its last block around to the first texel.
 Image halve(const Image& in, const Parallel& parallel) {
     const int width = std::max(1, in.width() / 2);
     const int height = std::max(1, in.height() / 2);
@@ -97,13 +109,20 @@ Image halve(const Image& in, const Parallel& parallel) {
     const int stepX = in.width() > 1 ? 1 : 0;
     const int stepY = in.height() > 1 ? 1 : 0;
     const float weight = 1.0f / static_cast<float>((1 + stepX) * (1 + stepY));
+    // Blocks of four texels that all lie inside the rows: every block when
+    // the width is even and the height above one, as at every level of a
+    // power-of-two texture but the last.
+    const int inside = stepX && stepY && in.width() % 2 == 0 ? width : 0;
     parallel.run(height, [&](int y0, int y1) {
         for (int c = 0; c < in.channels(); ++c)
             for (int y = y0; y < y1; ++y) {
                 const float* top = in.row(c, std::min(2 * y, in.height() - 1));
                 const float* bottom = in.row(c, (2 * y + stepY) % in.height());
                 float* dst = out.row(c, y);
-                for (int x = 0; x < width; ++x) {
+                // The same sums in the same order as below, without the wrap.
+                for (int x = 0; x < inside; ++x)
+                    dst[x] = (top[2 * x] + top[2 * x + 1] + (bottom[2 * x] + bottom[2 * x + 1])) * weight;
+                for (int x = inside; x < width; ++x) {
                     const int x0 = std::min(2 * x, in.width() - 1);
                     const int x1 = (2 * x + stepX) % in.width();
                     float sum = top[x0];

@@ -143,7 +143,8 @@ uintptr_t blockOf(const void* piece) {
 }
 
 // Buffers of a power-of-two size cut from blocks, one size per block. A
-// block whose pieces are all free again goes back to the block free list.
+// block whose pieces are all free stays carved while the empty blocks are
+// few (kSparePixelBlocks); past that it goes back to the block free list.
 class PiecePool {
 public:
     void* take(size_t bytes) {
@@ -153,7 +154,8 @@ public:
             if (!free_[c].empty()) {
                 char* piece = free_[c].back();
                 free_[c].pop_back();
-                ++used_.find(blockOf(piece))->second; // a free piece's block is in use
+                if (used_.find(blockOf(piece))->second++ == 0) // a free piece's block is known
+                    --emptyBlocks_;
                 return piece;
             }
         }
@@ -183,9 +185,12 @@ public:
         const uintptr_t block = blockOf(piece);
         {
             std::lock_guard<std::mutex> lock(mutex_);
+            free_[c].push_back(piece);
             auto it = used_.find(block);
-            if (--it->second != 0) {
-                free_[c].push_back(piece);
+            if (--it->second != 0)
+                return;
+            if (emptyBlocks_ < kSparePixelBlocks) {
+                ++emptyBlocks_;
                 return;
             }
             used_.erase(it);
@@ -199,7 +204,8 @@ public:
 private:
     std::mutex mutex_;
     std::vector<char*> free_[kPieceClasses];
-    std::unordered_map<uintptr_t, unsigned> used_; // pieces in use, by block
+    std::unordered_map<uintptr_t, unsigned> used_; // pieces in use, by carved block
+    size_t emptyBlocks_ = 0;                       // carved blocks without a piece in use
 };
 
 PiecePool& piecePool() {

@@ -20,6 +20,9 @@ namespace kvengine {
 constexpr size_t kPixelBlockBytes = size_t(2) << 20;
 // Buffers from this size up come from blocks; smaller ones from the C heap.
 constexpr size_t kPooledPixelBytes = size_t(64) << 10;
+// Blocks cut into smaller buffers stay cut, up to this many, when all their
+// buffers are free: mip chains and small images come and go with every render.
+constexpr size_t kSparePixelBlocks = 4;
 // Bytes of free blocks kept for reuse, over all handles.
 constexpr size_t kPixelFreeListBytes = size_t(64) << 20;
 
