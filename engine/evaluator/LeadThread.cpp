@@ -16,6 +16,10 @@ LeadThread::~LeadThread() {
 }
 
 void LeadThread::run(const std::function<void()>& task) {
+    if (std::this_thread::get_id() == thread_.get_id()) {
+        task(); // asked from within a task, as a completion callback may: waiting would never end
+        return;
+    }
     std::unique_lock<std::mutex> lock(mutex_);
     task_ = &task;
     error_ = nullptr;

@@ -20,7 +20,8 @@ public:
     LeadThread& operator=(const LeadThread&) = delete;
 
     // Runs task on the lead thread and returns when it has finished,
-    // rethrowing what it threw. One caller at a time.
+    // rethrowing what it threw. One caller at a time; a task that calls run
+    // has the inner task run at once.
     void run(const std::function<void()>& task);
 
 private:

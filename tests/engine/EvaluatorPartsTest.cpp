@@ -88,6 +88,9 @@ TEST(LeadThread, RunsEveryTaskOnOneKeptThreadWhicheverThreadAsks) {
     bool ran = false;
     lead.run([&] { ran = true; });
     EXPECT_TRUE(ran) << "a task that threw leaves the thread usable";
+    int depth = 0;
+    lead.run([&] { lead.run([&] { depth = 2; }); });
+    EXPECT_EQ(depth, 2) << "a task may run another";
 }
 
 std::shared_ptr<const Image> image(int side) {
