@@ -1,6 +1,6 @@
 #include "engine/nodes/GaussianBlur.h"
 
-#include "engine/nodes/Sampling.h"
+#include "engine/nodes/BoxStrip.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,46 +10,39 @@ namespace kvengine {
 
 namespace {
 
-constexpr int kPasses = 3; // three box passes approximate a gaussian
-constexpr int kStrip = 64; // columns per vertical work item
-
-// Box filter of half-width h over n samples spaced by stride, wrapping.
-// A running sum keeps the cost independent of the radius.
-void boxPass(const float* src, float* dst, int n, size_t stride, int h) {
-    const double scale = 1.0 / (2.0 * h + 1.0);
-    double sum = 0.0;
-    for (int k = -h; k <= h; ++k)
-        sum += src[static_cast<size_t>(wrapIndex(k, n)) * stride];
-    for (int i = 0; i < n; ++i) {
-        dst[static_cast<size_t>(i) * stride] = static_cast<float>(sum * scale);
-        sum += src[static_cast<size_t>(wrapIndex(i + h + 1, n)) * stride] -
-               src[static_cast<size_t>(wrapIndex(i - h, n)) * stride];
-    }
-}
-
-// The same over a strip of `columns` adjacent columns at once, so the inner loop runs along rows.
-void boxPassColumns(const float* src, float* dst, int rows, int columns, int h) {
-    const double scale = 1.0 / (2.0 * h + 1.0);
-    double sum[kStrip] = {};
-    for (int k = -h; k <= h; ++k) {
-        const float* row = src + static_cast<size_t>(wrapIndex(k, rows)) * kStrip;
-        for (int c = 0; c < columns; ++c)
-            sum[c] += row[c];
-    }
-    for (int i = 0; i < rows; ++i) {
-        float* out = dst + static_cast<size_t>(i) * kStrip;
-        const float* add = src + static_cast<size_t>(wrapIndex(i + h + 1, rows)) * kStrip;
-        const float* remove = src + static_cast<size_t>(wrapIndex(i - h, rows)) * kStrip;
-        for (int c = 0; c < columns; ++c) {
-            out[c] = static_cast<float>(sum[c] * scale);
-            sum[c] += static_cast<double>(add[c]) - remove[c];
-        }
-    }
-}
+constexpr int kPasses = 3;             // three box passes approximate a gaussian
+constexpr int kLanes = kBoxStripLanes; // rows or columns blurred together
+constexpr int kBlock = 64;             // samples per block of a transposing copy, to stay in cache
 
 int halfWidth(float radius, int side) {
     const int h = static_cast<int>(std::lround(radius * side / kPasses));
     return std::clamp(h, 0, (side - 1) / 2);
+}
+
+// A strip buffer pair: the passes ping-pong between them and end in `a`.
+struct Strip {
+    std::vector<float> a, b;
+    explicit Strip(int samples) : a(static_cast<size_t>(samples) * kLanes), b(a.size()) {}
+
+    float* at(int sample, int lane) { return a.data() + static_cast<size_t>(sample) * kLanes + lane; }
+    void blur(int samples, int h) {
+        for (int pass = 0; pass < kPasses; ++pass) {
+            boxFilterStrip(a.data(), b.data(), samples, h);
+            a.swap(b);
+        }
+    }
+};
+
+// Visits the samples (x, r) of `rows` rows in blocks that stay in cache
+// while a row is copied into a strip's lanes, or back.
+template <typename Copy>
+void forEachInRowBlock(int width, int rows, Copy copy) {
+    for (int x0 = 0; x0 < width; x0 += kBlock) {
+        const int x1 = std::min(width, x0 + kBlock);
+        for (int r = 0; r < rows; ++r)
+            for (int x = x0; x < x1; ++x)
+                copy(x, r);
+    }
 }
 
 } // namespace
@@ -60,36 +53,35 @@ void gaussianBlur(const Image& in, Image& out, float radius, const Parallel& par
     const int hy = halfWidth(radius, height);
     Image across(width, height, out.channels());
 
-    parallel.run(height, [&](int y0, int y1) {
-        std::vector<float> a(static_cast<size_t>(width)), b(a.size());
+    // Across: kLanes rows at a time, transposed so that the running sums run down the lanes.
+    parallel.run((height + kLanes - 1) / kLanes, [&](int g0, int g1) {
+        Strip strip(width);
         for (int c = 0; c < out.channels(); ++c)
-            for (int y = y0; y < y1; ++y) {
-                std::copy(in.row(c, y), in.row(c, y) + width, a.begin());
-                for (int pass = 0; pass < kPasses; ++pass) {
-                    boxPass(a.data(), b.data(), width, 1, hx);
-                    a.swap(b);
-                }
-                std::copy(a.begin(), a.end(), across.row(c, y));
+            for (int g = g0; g < g1; ++g) {
+                const int r0 = g * kLanes, rows = std::min(kLanes, height - r0);
+                const float* src = in.row(c, r0);
+                float* dst = across.row(c, r0);
+                forEachInRowBlock(width, rows, [&](int x, int r) {
+                    *strip.at(x, r) = src[static_cast<size_t>(r) * width + x];
+                });
+                strip.blur(width, hx);
+                forEachInRowBlock(width, rows, [&](int x, int r) {
+                    dst[static_cast<size_t>(r) * width + x] = *strip.at(x, r);
+                });
             }
     });
 
-    const int strips = (width + kStrip - 1) / kStrip;
-    parallel.run(strips, [&](int s0, int s1) {
-        std::vector<float> a(static_cast<size_t>(height) * kStrip), b(a.size());
+    // Down: kLanes adjacent columns at a time, copied as they lie.
+    parallel.run((width + kLanes - 1) / kLanes, [&](int s0, int s1) {
+        Strip strip(height);
         for (int c = 0; c < out.channels(); ++c)
             for (int s = s0; s < s1; ++s) {
-                const int x0 = s * kStrip;
-                const int columns = std::min(kStrip, width - x0);
+                const int x0 = s * kLanes, columns = std::min(kLanes, width - x0);
                 for (int y = 0; y < height; ++y)
-                    std::copy(across.row(c, y) + x0, across.row(c, y) + x0 + columns,
-                              a.begin() + static_cast<ptrdiff_t>(y) * kStrip);
-                for (int pass = 0; pass < kPasses; ++pass) {
-                    boxPassColumns(a.data(), b.data(), height, columns, hy);
-                    a.swap(b);
-                }
+                    std::copy_n(across.row(c, y) + x0, columns, strip.at(y, 0));
+                strip.blur(height, hy);
                 for (int y = 0; y < height; ++y)
-                    std::copy(a.begin() + static_cast<ptrdiff_t>(y) * kStrip,
-                              a.begin() + static_cast<ptrdiff_t>(y) * kStrip + columns, out.row(c, y) + x0);
+                    std::copy_n(strip.at(y, 0), columns, out.row(c, y) + x0);
             }
     });
 }
