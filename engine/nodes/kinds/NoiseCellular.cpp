@@ -36,9 +36,10 @@ void evaluate(const NodeRun& run, Image& out) {
             const float py = (static_cast<float>(y) + 0.5f) * toCellsY;
             const int cy = std::min(static_cast<int>(py), cells - 1);
             // Runs of pixels sharing a cell see the same 3 x 3 feature points.
+            CellColumns columns(run.width, cells);
             int x = 0;
-            for (int cx = 0; cx < cells && x < run.width; ++cx) {
-                const int end = std::clamp(cellEnd(cx, run.width, cells), x, run.width);
+            for (int cx = 0; cx < cells && x < run.width; ++cx, columns.next()) {
+                const int end = std::clamp(columns.end(), x, run.width);
                 RunPoint near[9];
                 for (int dy = -1, n = 0; dy <= 1; ++dy)
                     for (int dx = -1; dx <= 1; ++dx, ++n) {

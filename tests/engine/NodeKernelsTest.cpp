@@ -1,0 +1,105 @@
+// The node library's shared kernels on their own, against straightforward
+// versions of what they compute: the lattice column stepping, the box filter
+// behind the blur and the run loop of cellular noise. (That their bytes do
+// not depend on the SIMD target is the catalogue test's.)
+#include "engine/nodes/BoxStrip.h"
+#include "engine/nodes/CellularRun.h"
+#include "engine/nodes/LatticeNoise.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace {
+
+using namespace kvengine;
+
+TEST(CellColumns, EndsWhereThePixelCentresLeaveEachColumn) {
+    // Fewer, as many and more columns than pixels, and periods that do not divide the width.
+    for (int width : {1, 2, 3, 7, 64, 100, 2048})
+        for (int period : {1, 2, 3, 5, 7, 64, 96, 511, 4096, 100000}) {
+            CellColumns columns(width, period);
+            for (int cx = 0; cx < std::min(period, 5000); ++cx, columns.next()) {
+                const double exact = std::ceil((cx + 1.0) * width / period - 0.5);
+                ASSERT_EQ(columns.end(), static_cast<int>(exact))
+                    << "width " << width << ", period " << period << ", column " << cx;
+            }
+        }
+}
+
+// A strip of signals (lane c holds a signal of its own) as the blur lays it out.
+std::vector<float> stripOf(int n, float (*signal)(int lane, int i)) {
+    std::vector<float> strip(static_cast<size_t>(n) * kBoxStripLanes);
+    for (int i = 0; i < n; ++i)
+        for (int c = 0; c < kBoxStripLanes; ++c)
+            strip[static_cast<size_t>(i) * kBoxStripLanes + c] = signal(c, i);
+    return strip;
+}
+
+TEST(BoxFilterStrip, EachLaneIsTheWrappedMeanOfItsOwnWindow) {
+    const auto ripple = [](int lane, int i) {
+        return static_cast<float>(0.5 + 0.4 * std::sin(0.37 * i * (lane + 1) + lane));
+    };
+    for (int n : {1, 2, 5, 33, 300})
+        for (int h : {0, 1, 3, (n - 1) / 2}) {
+            if (2 * h + 1 > n)
+                continue;
+            const std::vector<float> src = stripOf(n, ripple);
+            std::vector<float> dst(src.size());
+            boxFilterStrip(src.data(), dst.data(), n, h);
+            for (int i = 0; i < n; ++i)
+                for (int c = 0; c < kBoxStripLanes; ++c) {
+                    double sum = 0.0;
+                    for (int k = i - h; k <= i + h; ++k)
+                        sum += src[static_cast<size_t>((k % n + n) % n) * kBoxStripLanes + c];
+                    ASSERT_NEAR(dst[static_cast<size_t>(i) * kBoxStripLanes + c], sum / (2 * h + 1), 1e-6)
+                        << "n " << n << ", h " << h << ", sample " << i << ", lane " << c;
+                }
+        }
+}
+
+TEST(BoxFilterStrip, KeepsAConstantExactly) {
+    // A flat image must blur to itself, or kinds that compare a blur with its source see false detail.
+    const auto flat = [](int lane, int) { return 0.1f + 0.0137f * static_cast<float>(lane); };
+    const std::vector<float> src = stripOf(2048, flat);
+    std::vector<float> dst(src.size());
+    boxFilterStrip(src.data(), dst.data(), 2048, 341);
+    EXPECT_EQ(dst, src);
+}
+
+TEST(CellularRun, MatchesASearchOverEveryPoint) {
+    const RunPoint points[] = {{0.3f, 0.01f, 0.1f},
+                               {1.2f, 0.0f, 0.2f},
+                               {-0.4f, 0.25f, 0.3f},
+                               {0.9f, 0.04f, 0.4f},
+                               {2.1f, 0.5f, 0.5f}};
+    const int count = 5, begin = 3, end = 41, width = 45;
+    const float toCells = 0.05f;
+    for (CellularMode mode :
+         {CellularMode::F1, CellularMode::F2, CellularMode::F2MinusF1, CellularMode::CellValue}) {
+        std::vector<float> out(width, -1.0f);
+        cellularRun(points, count, begin, end, toCells, mode, out.data());
+        for (int i = 0; i < width; ++i) {
+            if (i < begin || i >= end) {
+                EXPECT_EQ(out[static_cast<size_t>(i)], -1.0f) << "pixel " << i << " is outside the run";
+                continue;
+            }
+            std::vector<std::pair<float, float>> byDistance; // squared distance, value
+            for (const RunPoint& p : points) {
+                const float du = p.u - (static_cast<float>(i) + 0.5f) * toCells;
+                byDistance.push_back({du * du + p.dv2, p.value});
+            }
+            std::sort(byDistance.begin(), byDistance.end());
+            const float f1 = std::sqrt(byDistance[0].first), f2 = std::sqrt(byDistance[1].first);
+            const float expected = mode == CellularMode::F1          ? f1
+                                   : mode == CellularMode::F2        ? f2
+                                   : mode == CellularMode::F2MinusF1 ? f2 - f1
+                                                                     : byDistance[0].second;
+            EXPECT_FLOAT_EQ(out[static_cast<size_t>(i)], std::clamp(expected, 0.0f, 1.0f)) << "pixel " << i;
+        }
+    }
+}
+
+} // namespace
