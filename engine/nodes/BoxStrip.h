@@ -6,12 +6,21 @@
 // target, so the bytes do not depend on the CPU.
 #pragma once
 
+#include <cstddef>
+
 namespace kvengine {
 
 constexpr int kBoxStripLanes = 64;
 
 // Box filter of half-width h (2h + 1 <= n) over n samples of each signal,
-// wrapping; src and dst hold n * kBoxStripLanes floats and do not overlap.
-void boxFilterStrip(const float* src, float* dst, int n, int h);
+// wrapping. Sample i of the strip starts at src + i * srcStride (at least
+// kBoxStripLanes floats; a strip can lie in an image) and its result at
+// dst + i * dstStride; src and dst do not overlap.
+void boxFilterStrip(const float* src, size_t srcStride, float* dst, size_t dstStride, int n, int h);
+
+// Copies count (<= kBoxStripLanes) rows of width floats, stride floats apart,
+// into lanes 0 .. count of a strip of width samples, or back.
+void rowsToStrip(const float* rows, size_t stride, int width, int count, float* strip);
+void stripToRows(const float* strip, int width, int count, float* rows, size_t stride);
 
 } // namespace kvengine

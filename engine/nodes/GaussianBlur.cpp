@@ -1,10 +1,10 @@
 #include "engine/nodes/GaussianBlur.h"
 
 #include "engine/nodes/BoxStrip.h"
+#include "engine/nodes/PixelMemory.h"
 
 #include <algorithm>
 #include <cmath>
-#include <vector>
 
 namespace kvengine {
 
@@ -12,38 +12,49 @@ namespace {
 
 constexpr int kPasses = 3;             // three box passes approximate a gaussian
 constexpr int kLanes = kBoxStripLanes; // rows or columns blurred together
-constexpr int kBlock = 64;             // samples per block of a transposing copy, to stay in cache
 
 int halfWidth(float radius, int side) {
     const int h = static_cast<int>(std::lround(radius * side / kPasses));
     return std::clamp(h, 0, (side - 1) / 2);
 }
 
-// A strip buffer pair: the passes ping-pong between them and end in `a`.
-struct Strip {
-    std::vector<float> a, b;
-    explicit Strip(int samples) : a(static_cast<size_t>(samples) * kLanes), b(a.size()) {}
+// The two buffers the passes of a strip go through, taken from the recycled
+// pixel memory (at least its smallest recycled size) and left uninitialised:
+// fresh, zeroed pages for every work item cost as much as the passes.
+class Strip {
+public:
+    explicit Strip(int samples) : samples_(samples), a_(buffer(samples)), b_(buffer(samples)) {}
 
-    float* at(int sample, int lane) { return a.data() + static_cast<size_t>(sample) * kLanes + lane; }
-    void blur(int samples, int h) {
+    // Where a strip is gathered before blur(input(), kLanes, output(), kLanes, h), and where it ends.
+    float* input() { return b_.get(); }
+    float* output() { return a_.get(); }
+    // Clears the input's lanes from `used` on: they hold no signal but go through the passes too.
+    void useLanes(int used) {
+        for (size_t i = 0; used < kLanes && i < static_cast<size_t>(samples_); ++i)
+            std::fill(input() + i * kLanes + used, input() + (i + 1) * kLanes, 0.0f);
+    }
+    // The passes from src to dst (sample i at src + i * srcStride, dst + i * dstStride) through the
+    // buffers; src may be input() and dst output().
+    void blur(const float* src, size_t srcStride, float* dst, size_t dstStride, int h) {
+        static_assert(kPasses % 2 == 1, "an odd count ends the passes in a_ when they start in b_");
         for (int pass = 0; pass < kPasses; ++pass) {
-            boxFilterStrip(a.data(), b.data(), samples, h);
-            a.swap(b);
+            const bool last = pass + 1 == kPasses;
+            float* to = last ? dst : (pass % 2 ? b_.get() : a_.get());
+            const size_t toStride = last ? dstStride : kLanes;
+            boxFilterStrip(src, srcStride, to, toStride, samples_, h);
+            src = to;
+            srcStride = toStride;
         }
     }
-};
 
-// Visits the samples (x, r) of `rows` rows in blocks that stay in cache
-// while a row is copied into a strip's lanes, or back.
-template <typename Copy>
-void forEachInRowBlock(int width, int rows, Copy copy) {
-    for (int x0 = 0; x0 < width; x0 += kBlock) {
-        const int x1 = std::min(width, x0 + kBlock);
-        for (int r = 0; r < rows; ++r)
-            for (int x = x0; x < x1; ++x)
-                copy(x, r);
+private:
+    static PixelBuffer buffer(int samples) {
+        return makePixelBuffer(
+            std::max(static_cast<size_t>(samples) * kLanes * sizeof(float), kRecycledPixelBytes));
     }
-}
+    int samples_;
+    PixelBuffer a_, b_;
+};
 
 } // namespace
 
@@ -51,6 +62,7 @@ void gaussianBlur(const Image& in, Image& out, float radius, const Parallel& par
     const int width = out.width(), height = out.height();
     const int hx = halfWidth(radius, width);
     const int hy = halfWidth(radius, height);
+    const size_t stride = static_cast<size_t>(width);
     Image across(width, height, out.channels());
 
     // Across: kLanes rows at a time, transposed so that the running sums run down the lanes.
@@ -59,29 +71,32 @@ void gaussianBlur(const Image& in, Image& out, float radius, const Parallel& par
         for (int c = 0; c < out.channels(); ++c)
             for (int g = g0; g < g1; ++g) {
                 const int r0 = g * kLanes, rows = std::min(kLanes, height - r0);
-                const float* src = in.row(c, r0);
-                float* dst = across.row(c, r0);
-                forEachInRowBlock(width, rows, [&](int x, int r) {
-                    *strip.at(x, r) = src[static_cast<size_t>(r) * width + x];
-                });
-                strip.blur(width, hx);
-                forEachInRowBlock(width, rows, [&](int x, int r) {
-                    dst[static_cast<size_t>(r) * width + x] = *strip.at(x, r);
-                });
+                rowsToStrip(in.row(c, r0), stride, width, rows, strip.input());
+                strip.useLanes(rows);
+                strip.blur(strip.input(), kLanes, strip.output(), kLanes, hx);
+                stripToRows(strip.output(), width, rows, across.row(c, r0), stride);
             }
     });
 
-    // Down: kLanes adjacent columns at a time, copied as they lie.
+    // Down: kLanes adjacent columns at a time, read and written in place; the
+    // last, narrower strip is copied, as its passes run over kLanes columns.
     parallel.run((width + kLanes - 1) / kLanes, [&](int s0, int s1) {
         Strip strip(height);
         for (int c = 0; c < out.channels(); ++c)
             for (int s = s0; s < s1; ++s) {
                 const int x0 = s * kLanes, columns = std::min(kLanes, width - x0);
+                if (columns == kLanes) {
+                    strip.blur(across.row(c, 0) + x0, stride, out.row(c, 0) + x0, stride, hy);
+                    continue;
+                }
                 for (int y = 0; y < height; ++y)
-                    std::copy_n(across.row(c, y) + x0, columns, strip.at(y, 0));
-                strip.blur(height, hy);
+                    std::copy_n(across.row(c, y) + x0, columns,
+                                strip.input() + static_cast<size_t>(y) * kLanes);
+                strip.useLanes(columns);
+                strip.blur(strip.input(), kLanes, strip.output(), kLanes, hy);
                 for (int y = 0; y < height; ++y)
-                    std::copy_n(strip.at(y, 0), columns, out.row(c, y) + x0);
+                    std::copy_n(strip.output() + static_cast<size_t>(y) * kLanes, columns,
+                                out.row(c, y) + x0);
             }
     });
 }

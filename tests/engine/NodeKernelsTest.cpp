@@ -48,7 +48,7 @@ TEST(BoxFilterStrip, EachLaneIsTheWrappedMeanOfItsOwnWindow) {
                 continue;
             const std::vector<float> src = stripOf(n, ripple);
             std::vector<float> dst(src.size());
-            boxFilterStrip(src.data(), dst.data(), n, h);
+            boxFilterStrip(src.data(), kBoxStripLanes, dst.data(), kBoxStripLanes, n, h);
             for (int i = 0; i < n; ++i)
                 for (int c = 0; c < kBoxStripLanes; ++c) {
                     double sum = 0.0;
@@ -65,8 +65,31 @@ TEST(BoxFilterStrip, KeepsAConstantExactly) {
     const auto flat = [](int lane, int) { return 0.1f + 0.0137f * static_cast<float>(lane); };
     const std::vector<float> src = stripOf(2048, flat);
     std::vector<float> dst(src.size());
-    boxFilterStrip(src.data(), dst.data(), 2048, 341);
+    boxFilterStrip(src.data(), kBoxStripLanes, dst.data(), kBoxStripLanes, 2048, 341);
     EXPECT_EQ(dst, src);
+}
+
+TEST(BoxFilterStrip, RowsGoIntoLanesAndBackWhateverTheirShape) {
+    // Sizes on and off the 4 x 4 blocks the copies move at once.
+    for (int width : {1, 3, 4, 7, 64, 70})
+        for (int count : {1, 3, 4, 5, kBoxStripLanes}) {
+            const size_t stride = static_cast<size_t>(width) + 2;
+            std::vector<float> rows(stride * static_cast<size_t>(count));
+            for (size_t i = 0; i < rows.size(); ++i)
+                rows[i] = static_cast<float>(i);
+            std::vector<float> strip(static_cast<size_t>(width) * kBoxStripLanes, -1.0f);
+            rowsToStrip(rows.data(), stride, width, count, strip.data());
+            for (int x = 0; x < width; ++x)
+                for (int r = 0; r < kBoxStripLanes; ++r)
+                    ASSERT_EQ(strip[static_cast<size_t>(x) * kBoxStripLanes + r],
+                              r < count ? rows[static_cast<size_t>(r) * stride + x] : -1.0f)
+                        << width << " x " << count << ": sample " << x << ", lane " << r;
+            std::vector<float> back(rows.size(), -1.0f);
+            stripToRows(strip.data(), width, count, back.data(), stride);
+            for (size_t i = 0; i < rows.size(); ++i)
+                ASSERT_EQ(back[i], i % stride < static_cast<size_t>(width) ? rows[i] : -1.0f)
+                    << width << " x " << count << ": float " << i;
+        }
 }
 
 TEST(CellularRun, MatchesASearchOverEveryPoint) {
