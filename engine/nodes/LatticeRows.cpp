@@ -52,20 +52,22 @@ void GradientRow(float* out, int width, float v, int periodX, int periodY, uint3
     const auto sy = hn::Set(d, fade(fy)), one = hn::Set(d, 1.0f);
     const float cellsPerPixel = static_cast<float>(periodX) / static_cast<float>(width);
     CellColumns columns(width, periodX);
+    ColumnHashes left(seed, 0, lattice.y0, lattice.y1);
     int x = 0;
     for (int cx = 0; cx < periodX && x < width; ++cx, columns.next()) {
         const int end = std::clamp(columns.end(), x, width);
-        const int x1 = cx + 1 == periodX ? 0 : cx + 1;
-        const size_t h00 = gradientIndex(seed, cx, lattice.y0), h10 = gradientIndex(seed, x1, lattice.y0);
-        const size_t h01 = gradientIndex(seed, cx, lattice.y1), h11 = gradientIndex(seed, x1, lattice.y1);
+        const ColumnHashes right(seed, cx + 1 == periodX ? 0 : cx + 1, lattice.y0, lattice.y1);
+        const size_t h00 = left.top & 255u, h10 = right.top & 255u;
+        const size_t h01 = left.bottom & 255u, h11 = right.bottom & 255u;
+        left = right;
         const auto g00x = hn::Set(d, table.x[h00]), g10x = hn::Set(d, table.x[h10]);
         const auto g01x = hn::Set(d, table.x[h01]), g11x = hn::Set(d, table.x[h11]);
         const auto top0 = hn::Set(d, table.y[h00] * fy), top1 = hn::Set(d, table.y[h10] * fy);
         const auto bottom0 = hn::Set(d, table.y[h01] * (fy - 1.0f));
         const auto bottom1 = hn::Set(d, table.y[h11] * (fy - 1.0f));
-        const auto left = hn::Set(d, static_cast<float>(cx));
+        const auto column = hn::Set(d, static_cast<float>(cx));
         columnPixels(d, x, end, width, cellsPerPixel, out, [&](V u) {
-            const auto fx = hn::Sub(u, left);
+            const auto fx = hn::Sub(u, column);
             const auto fx1 = hn::Sub(fx, one);
             const auto sx = fadeLanes(d, fx);
             const auto n00 = hn::Add(hn::Mul(g00x, fx), top0);
@@ -86,12 +88,14 @@ void ValueRow(float* out, int width, float v, int periodX, int periodY, uint32_t
     const float sy = fade(lattice.fy);
     const float cellsPerPixel = static_cast<float>(periodX) / static_cast<float>(width);
     CellColumns columns(width, periodX);
+    ColumnHashes leftHashes(seed, 0, lattice.y0, lattice.y1);
     int x = 0;
     for (int cx = 0; cx < periodX && x < width; ++cx, columns.next()) {
         const int end = std::clamp(columns.end(), x, width);
-        const int x1 = cx + 1 == periodX ? 0 : cx + 1;
-        const float v00 = latticeValue(seed, cx, lattice.y0), v10 = latticeValue(seed, x1, lattice.y0);
-        const float v01 = latticeValue(seed, cx, lattice.y1), v11 = latticeValue(seed, x1, lattice.y1);
+        const ColumnHashes rightHashes(seed, cx + 1 == periodX ? 0 : cx + 1, lattice.y0, lattice.y1);
+        const float v00 = latticeValue(leftHashes.top), v10 = latticeValue(rightHashes.top);
+        const float v01 = latticeValue(leftHashes.bottom), v11 = latticeValue(rightHashes.bottom);
+        leftHashes = rightHashes;
         const float leftValue = v00 + (v01 - v00) * sy;
         const auto left = hn::Set(d, leftValue);
         const auto span = hn::Set(d, v10 + (v11 - v10) * sy - leftValue);
