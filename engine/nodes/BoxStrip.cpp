@@ -18,9 +18,9 @@ namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 // The sums are doubles: in floats, adding and removing samples drifts, and
-// a constant image would not blur to exactly itself. The sample entering
-// less the one leaving is taken in float (exact for neighbouring values).
-void BoxFilterStrip(const float* src, size_t srcStride, float* dst, size_t dstStride, int n, int h) {
+// a constant image would not blur to exactly itself.
+void BoxFilterStrip(const float* src, size_t srcStride, float* dst, size_t dstStride, int n, int h,
+                    BoxDifference difference) {
     const hn::ScalableTag<double> dd;
     const hn::Rebind<float, decltype(dd)> df; // as many floats as doubles
     const size_t lanes = hn::Lanes(dd);
@@ -47,8 +47,11 @@ void BoxFilterStrip(const float* src, size_t srcStride, float* dst, size_t dstSt
         for (size_t c = 0; c < kBoxStripLanes; c += lanes) {
             const auto sum = hn::Load(dd, sums + c);
             hn::StoreU(hn::DemoteTo(df, hn::Mul(sum, scale)), df, row + c);
-            const auto change = hn::Sub(sample(enter, c), sample(leave, c));
-            hn::Store(hn::Add(sum, hn::PromoteTo(dd, change)), dd, sums + c);
+            const auto entering = sample(enter, c), leaving = sample(leave, c);
+            const auto change = difference == BoxDifference::Float
+                                    ? hn::PromoteTo(dd, hn::Sub(entering, leaving))
+                                    : hn::Sub(hn::PromoteTo(dd, entering), hn::PromoteTo(dd, leaving));
+            hn::Store(hn::Add(sum, change), dd, sums + c);
         }
         enter = enter + 1 == n ? 0 : enter + 1;
         leave = leave + 1 == n ? 0 : leave + 1;
@@ -124,8 +127,9 @@ HWY_EXPORT(BoxFilterStrip);
 HWY_EXPORT(RowsToStrip);
 HWY_EXPORT(StripToRows);
 
-void boxFilterStrip(const float* src, size_t srcStride, float* dst, size_t dstStride, int n, int h) {
-    HWY_DYNAMIC_DISPATCH(BoxFilterStrip)(src, srcStride, dst, dstStride, n, h);
+void boxFilterStrip(const float* src, size_t srcStride, float* dst, size_t dstStride, int n, int h,
+                    BoxDifference difference) {
+    HWY_DYNAMIC_DISPATCH(BoxFilterStrip)(src, srcStride, dst, dstStride, n, h, difference);
 }
 
 void rowsToStrip(const float* rows, size_t stride, int width, int count, float* strip) {

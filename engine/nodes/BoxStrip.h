@@ -12,11 +12,17 @@ namespace kvengine {
 
 constexpr int kBoxStripLanes = 64;
 
+// How the running sums take the sample entering less the one leaving: in
+// float (the blur's row passes) or in double (its column passes), as the
+// blur always has, so that renders keep their bytes.
+enum class BoxDifference { Float, Double };
+
 // Box filter of half-width h (2h + 1 <= n) over n samples of each signal,
 // wrapping. Sample i of the strip starts at src + i * srcStride (at least
 // kBoxStripLanes floats; a strip can lie in an image) and its result at
 // dst + i * dstStride; src and dst do not overlap.
-void boxFilterStrip(const float* src, size_t srcStride, float* dst, size_t dstStride, int n, int h);
+void boxFilterStrip(const float* src, size_t srcStride, float* dst, size_t dstStride, int n, int h,
+                    BoxDifference difference);
 
 // Copies count (<= kBoxStripLanes) rows of width floats, stride floats apart,
 // into lanes 0 .. count of a strip of width samples, or back.

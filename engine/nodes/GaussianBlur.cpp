@@ -25,7 +25,7 @@ class Strip {
 public:
     explicit Strip(int samples) : samples_(samples), a_(buffer(samples)), b_(buffer(samples)) {}
 
-    // Where a strip is gathered before blur(input(), kLanes, output(), kLanes, h), and where it ends.
+    // Where a strip is gathered before blur(input(), kLanes, output(), kLanes, ...), and where it ends.
     float* input() { return b_.get(); }
     float* output() { return a_.get(); }
     // Clears the input's lanes from `used` on: they hold no signal but go through the passes too.
@@ -35,13 +35,14 @@ public:
     }
     // The passes from src to dst (sample i at src + i * srcStride, dst + i * dstStride) through the
     // buffers; src may be input() and dst output().
-    void blur(const float* src, size_t srcStride, float* dst, size_t dstStride, int h) {
+    void blur(const float* src, size_t srcStride, float* dst, size_t dstStride, int h,
+              BoxDifference difference) {
         static_assert(kPasses % 2 == 1, "an odd count ends the passes in a_ when they start in b_");
         for (int pass = 0; pass < kPasses; ++pass) {
             const bool last = pass + 1 == kPasses;
             float* to = last ? dst : (pass % 2 ? b_.get() : a_.get());
             const size_t toStride = last ? dstStride : kLanes;
-            boxFilterStrip(src, srcStride, to, toStride, samples_, h);
+            boxFilterStrip(src, srcStride, to, toStride, samples_, h, difference);
             src = to;
             srcStride = toStride;
         }
@@ -73,7 +74,7 @@ void gaussianBlur(const Image& in, Image& out, float radius, const Parallel& par
                 const int r0 = g * kLanes, rows = std::min(kLanes, height - r0);
                 rowsToStrip(in.row(c, r0), stride, width, rows, strip.input());
                 strip.useLanes(rows);
-                strip.blur(strip.input(), kLanes, strip.output(), kLanes, hx);
+                strip.blur(strip.input(), kLanes, strip.output(), kLanes, hx, BoxDifference::Float);
                 stripToRows(strip.output(), width, rows, across.row(c, r0), stride);
             }
     });
@@ -86,14 +87,15 @@ void gaussianBlur(const Image& in, Image& out, float radius, const Parallel& par
             for (int s = s0; s < s1; ++s) {
                 const int x0 = s * kLanes, columns = std::min(kLanes, width - x0);
                 if (columns == kLanes) {
-                    strip.blur(across.row(c, 0) + x0, stride, out.row(c, 0) + x0, stride, hy);
+                    strip.blur(across.row(c, 0) + x0, stride, out.row(c, 0) + x0, stride, hy,
+                               BoxDifference::Double);
                     continue;
                 }
                 for (int y = 0; y < height; ++y)
                     std::copy_n(across.row(c, y) + x0, columns,
                                 strip.input() + static_cast<size_t>(y) * kLanes);
                 strip.useLanes(columns);
-                strip.blur(strip.input(), kLanes, strip.output(), kLanes, hy);
+                strip.blur(strip.input(), kLanes, strip.output(), kLanes, hy, BoxDifference::Double);
                 for (int y = 0; y < height; ++y)
                     std::copy_n(strip.output() + static_cast<size_t>(y) * kLanes, columns,
                                 out.row(c, y) + x0);
