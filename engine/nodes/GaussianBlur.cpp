@@ -5,6 +5,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
+#include <mutex>
+#include <vector>
 
 namespace kvengine {
 
@@ -18,9 +21,9 @@ int halfWidth(float radius, int side) {
     return std::clamp(h, 0, (side - 1) / 2);
 }
 
-// The two buffers the passes of a strip go through, taken from the recycled
-// pixel memory (at least its smallest recycled size) and left uninitialised:
-// fresh, zeroed pages for every work item cost as much as the passes.
+// The two buffers the passes of a strip go through, left uninitialised and
+// taken from the recycled pixel memory (at least its smallest recycled size),
+// which after the first blur serves them without fresh, zeroed pages.
 class Strip {
 public:
     explicit Strip(int samples) : samples_(samples), a_(buffer(samples)), b_(buffer(samples)) {}
@@ -57,6 +60,30 @@ private:
     PixelBuffer a_, b_;
 };
 
+// The strips of one pass, handed from work item to work item, so that a pass
+// takes one per thread rather than one per work item.
+class StripPool {
+public:
+    explicit StripPool(int samples) : samples_(samples) {}
+    std::unique_ptr<Strip> take() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (free_.empty())
+            return std::make_unique<Strip>(samples_);
+        std::unique_ptr<Strip> strip = std::move(free_.back());
+        free_.pop_back();
+        return strip;
+    }
+    void give(std::unique_ptr<Strip> strip) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        free_.push_back(std::move(strip));
+    }
+
+private:
+    int samples_;
+    std::mutex mutex_;
+    std::vector<std::unique_ptr<Strip>> free_;
+};
+
 } // namespace
 
 void gaussianBlur(const Image& in, Image& out, float radius, const Parallel& parallel) {
@@ -67,8 +94,10 @@ void gaussianBlur(const Image& in, Image& out, float radius, const Parallel& par
     Image across(width, height, out.channels());
 
     // Across: kLanes rows at a time, transposed so that the running sums run down the lanes.
+    StripPool rowStrips(width);
     parallel.run((height + kLanes - 1) / kLanes, [&](int g0, int g1) {
-        Strip strip(width);
+        std::unique_ptr<Strip> taken = rowStrips.take();
+        Strip& strip = *taken;
         for (int c = 0; c < out.channels(); ++c)
             for (int g = g0; g < g1; ++g) {
                 const int r0 = g * kLanes, rows = std::min(kLanes, height - r0);
@@ -77,12 +106,15 @@ void gaussianBlur(const Image& in, Image& out, float radius, const Parallel& par
                 strip.blur(strip.input(), kLanes, strip.output(), kLanes, hx, BoxDifference::Float);
                 stripToRows(strip.output(), width, rows, across.row(c, r0), stride);
             }
+        rowStrips.give(std::move(taken));
     });
 
     // Down: kLanes adjacent columns at a time, read and written in place; the
     // last, narrower strip is copied, as its passes run over kLanes columns.
+    StripPool columnStrips(height);
     parallel.run((width + kLanes - 1) / kLanes, [&](int s0, int s1) {
-        Strip strip(height);
+        std::unique_ptr<Strip> taken = columnStrips.take();
+        Strip& strip = *taken;
         for (int c = 0; c < out.channels(); ++c)
             for (int s = s0; s < s1; ++s) {
                 const int x0 = s * kLanes, columns = std::min(kLanes, width - x0);
@@ -100,6 +132,7 @@ void gaussianBlur(const Image& in, Image& out, float radius, const Parallel& par
                     std::copy_n(strip.output() + static_cast<size_t>(y) * kLanes, columns,
                                 out.row(c, y) + x0);
             }
+        columnStrips.give(std::move(taken));
     });
 }
 
