@@ -1,10 +1,12 @@
 // The node library's shared kernels on their own, against straightforward
 // versions of what they compute: the lattice column stepping, the box filter
-// behind the blur and the run loop of cellular noise. (That their bytes do
+// behind the blur, the run loop of cellular noise and the octave sums of
+// fractal noise. (That their bytes do
 // not depend on the SIMD target is the catalogue test's.)
 #include "engine/nodes/BoxStrip.h"
 #include "engine/nodes/CellularRun.h"
 #include "engine/nodes/LatticeNoise.h"
+#include "engine/nodes/OctaveSum.h"
 
 #include <gtest/gtest.h>
 
@@ -126,6 +128,34 @@ TEST(CellularRun, MatchesASearchOverEveryPoint) {
             EXPECT_FLOAT_EQ(out[static_cast<size_t>(i)], std::clamp(expected, 0.0f, 1.0f)) << "pixel " << i;
         }
     }
+}
+
+TEST(OctaveSum, AddsTheShapedOctaveReadShiftedWithWrap) {
+    const int width = 37; // not a whole number of vectors
+    std::vector<float> octave(width), start(width);
+    for (int x = 0; x < width; ++x) {
+        octave[static_cast<size_t>(x)] = 0.5f * std::sin(0.9f * static_cast<float>(x));
+        start[static_cast<size_t>(x)] = 0.01f * static_cast<float>(x);
+    }
+    const auto shaped = [](FractalMode mode, float v) {
+        const float crest = std::max(1.0f - 2.0f * std::fabs(v), 0.0f);
+        return mode == FractalMode::Sum      ? v
+               : mode == FractalMode::Ridged ? crest * crest
+                                             : 2.0f * std::fabs(v);
+    };
+    for (FractalMode mode : {FractalMode::Sum, FractalMode::Ridged, FractalMode::Turbulence})
+        for (int shift : {0, 1, 36}) {
+            std::vector<float> sum = start;
+            addOctave(mode, octave.data(), width, shift, 0.25f, sum.data());
+            for (int x = 0; x < width; ++x)
+                ASSERT_FLOAT_EQ(sum[static_cast<size_t>(x)],
+                                start[static_cast<size_t>(x)] +
+                                    0.25f * shaped(mode, octave[static_cast<size_t>((x + shift) % width)]))
+                    << "mode " << static_cast<int>(mode) << ", shift " << shift << ", pixel " << x;
+        }
+    std::vector<float> sum = {-3.0f, -0.5f, 0.0f, 0.25f, 0.5f, 4.0f};
+    finishOctaves(sum.data(), static_cast<int>(sum.size()), 0.5f, 0.5f);
+    EXPECT_EQ(sum, (std::vector<float>{0.0f, 0.25f, 0.5f, 0.625f, 0.75f, 1.0f}));
 }
 
 } // namespace
