@@ -39,18 +39,6 @@ inline float latticeValue(uint32_t hash) {
     return hashToUnit(hash) - 0.5f;
 }
 
-// hash3(seed, x, y) of lattice column x at the rows above and below a texture
-// row, sharing the column's half of the hash. Row loops carry a column's
-// hashes over to the next cell, whose left edge it is.
-struct ColumnHashes {
-    uint32_t top = 0, bottom = 0;
-    ColumnHashes(uint32_t seed, int x, int y0, int y1) {
-        const uint32_t column = hash2(seed, static_cast<uint32_t>(x));
-        top = hash2(column, static_cast<uint32_t>(y0));
-        bottom = hash2(column, static_cast<uint32_t>(y1));
-    }
-};
-
 inline float fade(float t) {
     return t * t * t * (t * (t * 6.0f - 15.0f) + 10.0f);
 }

@@ -14,6 +14,8 @@
 #include "engine/nodes/SimdTail-inl.h"
 #include "hwy/highway.h"
 
+#include <vector>
+
 HWY_BEFORE_NAMESPACE();
 namespace kvengine {
 namespace HWY_NAMESPACE {
@@ -44,6 +46,39 @@ HWY_INLINE void columnPixels(D d, int begin, int end, int width, float cellsPerP
     }
 }
 
+// hash3(seed, cx, y) of every lattice column cx of a row at the lattice rows
+// above (top) and below (bottom) it, lanes being columns; entry period
+// repeats column 0, so that cell cx reads its corners at cx and cx + 1.
+struct ColumnHashes {
+    std::vector<uint32_t> top, bottom;
+
+    ColumnHashes(uint32_t seed, int period, const LatticeRow& lattice) {
+        const hn::ScalableTag<uint32_t> du;
+        const size_t lanes = hn::Lanes(du), count = static_cast<size_t>(period) + 1;
+        top.resize((count + lanes - 1) / lanes * lanes);
+        bottom.resize(top.size());
+        // hash2(a, b) = hashMix(a ^ hashMix(b + golden)): the row halves are constants.
+        const auto mix = [du](hn::Vec<decltype(du)> x) {
+            x = hn::Xor(x, hn::ShiftRight<16>(x));
+            x = hn::Mul(x, hn::Set(du, 0x7feb352dU));
+            x = hn::Xor(x, hn::ShiftRight<15>(x));
+            x = hn::Mul(x, hn::Set(du, 0x846ca68bU));
+            return hn::Xor(x, hn::ShiftRight<16>(x));
+        };
+        const auto golden = hn::Set(du, 0x9e3779b9U), seeds = hn::Set(du, seed);
+        const auto above = hn::Set(du, hashMix(static_cast<uint32_t>(lattice.y0) + 0x9e3779b9U));
+        const auto below = hn::Set(du, hashMix(static_cast<uint32_t>(lattice.y1) + 0x9e3779b9U));
+        for (size_t cx = 0; cx < top.size(); cx += lanes) {
+            const auto column =
+                mix(hn::Xor(seeds, mix(hn::Add(hn::Iota(du, static_cast<uint32_t>(cx)), golden))));
+            hn::StoreU(mix(hn::Xor(column, above)), du, top.data() + cx);
+            hn::StoreU(mix(hn::Xor(column, below)), du, bottom.data() + cx);
+        }
+        top[static_cast<size_t>(period)] = top[0];
+        bottom[static_cast<size_t>(period)] = bottom[0];
+    }
+};
+
 void GradientRow(float* out, int width, float v, int periodX, int periodY, uint32_t seed) {
     const D d;
     const GradientTable& table = gradients();
@@ -52,14 +87,13 @@ void GradientRow(float* out, int width, float v, int periodX, int periodY, uint3
     const auto sy = hn::Set(d, fade(fy)), one = hn::Set(d, 1.0f);
     const float cellsPerPixel = static_cast<float>(periodX) / static_cast<float>(width);
     CellColumns columns(width, periodX);
-    ColumnHashes left(seed, 0, lattice.y0, lattice.y1);
+    const ColumnHashes hashes(seed, periodX, lattice);
     int x = 0;
     for (int cx = 0; cx < periodX && x < width; ++cx, columns.next()) {
         const int end = std::clamp(columns.end(), x, width);
-        const ColumnHashes right(seed, cx + 1 == periodX ? 0 : cx + 1, lattice.y0, lattice.y1);
-        const size_t h00 = left.top & 255u, h10 = right.top & 255u;
-        const size_t h01 = left.bottom & 255u, h11 = right.bottom & 255u;
-        left = right;
+        const size_t left = static_cast<size_t>(cx), right = left + 1;
+        const size_t h00 = hashes.top[left] & 255u, h10 = hashes.top[right] & 255u;
+        const size_t h01 = hashes.bottom[left] & 255u, h11 = hashes.bottom[right] & 255u;
         const auto g00x = hn::Set(d, table.x[h00]), g10x = hn::Set(d, table.x[h10]);
         const auto g01x = hn::Set(d, table.x[h01]), g11x = hn::Set(d, table.x[h11]);
         const auto top0 = hn::Set(d, table.y[h00] * fy), top1 = hn::Set(d, table.y[h10] * fy);
@@ -88,14 +122,13 @@ void ValueRow(float* out, int width, float v, int periodX, int periodY, uint32_t
     const float sy = fade(lattice.fy);
     const float cellsPerPixel = static_cast<float>(periodX) / static_cast<float>(width);
     CellColumns columns(width, periodX);
-    ColumnHashes leftHashes(seed, 0, lattice.y0, lattice.y1);
+    const ColumnHashes hashes(seed, periodX, lattice);
     int x = 0;
     for (int cx = 0; cx < periodX && x < width; ++cx, columns.next()) {
         const int end = std::clamp(columns.end(), x, width);
-        const ColumnHashes rightHashes(seed, cx + 1 == periodX ? 0 : cx + 1, lattice.y0, lattice.y1);
-        const float v00 = latticeValue(leftHashes.top), v10 = latticeValue(rightHashes.top);
-        const float v01 = latticeValue(leftHashes.bottom), v11 = latticeValue(rightHashes.bottom);
-        leftHashes = rightHashes;
+        const size_t c0 = static_cast<size_t>(cx), c1 = c0 + 1;
+        const float v00 = latticeValue(hashes.top[c0]), v10 = latticeValue(hashes.top[c1]);
+        const float v01 = latticeValue(hashes.bottom[c0]), v11 = latticeValue(hashes.bottom[c1]);
         const float leftValue = v00 + (v01 - v00) * sy;
         const auto left = hn::Set(d, leftValue);
         const auto span = hn::Set(d, v10 + (v11 - v10) * sy - leftValue);
