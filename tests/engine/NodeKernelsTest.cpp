@@ -1,11 +1,12 @@
 // The node library's shared kernels on their own, against straightforward
 // versions of what they compute: the lattice column stepping, the box filter
-// behind the blur, the run loop of cellular noise and the octave sums of
-// fractal noise. (That their bytes do
+// behind the blur, the run loop of cellular noise, the normal map's rows and
+// the octave sums of fractal noise. (That their bytes do
 // not depend on the SIMD target is the catalogue test's.)
 #include "engine/nodes/BoxStrip.h"
 #include "engine/nodes/CellularRun.h"
 #include "engine/nodes/LatticeNoise.h"
+#include "engine/nodes/NormalRow.h"
 #include "engine/nodes/OctaveSum.h"
 
 #include <gtest/gtest.h>
@@ -127,6 +128,31 @@ TEST(CellularRun, MatchesASearchOverEveryPoint) {
                                                                      : byDistance[0].second;
             EXPECT_FLOAT_EQ(out[static_cast<size_t>(i)], std::clamp(expected, 0.0f, 1.0f)) << "pixel " << i;
         }
+    }
+}
+
+TEST(NormalRow, TakesCentralDifferencesThatWrapAtBothEnds) {
+    const int width = 37; // not a whole number of vectors
+    const auto height = [](int row, int x) {
+        return 0.5f + 0.3f * std::sin(0.7f * static_cast<float>(x + 5 * row));
+    };
+    // Each row with here[-1] and here[width] holding the wrap, and slack past it.
+    std::vector<std::vector<float>> rows(3, std::vector<float>(width + 2 + kNormalRowSlack, 0.0f));
+    for (int r = 0; r < 3; ++r)
+        for (int x = -1; x <= width; ++x)
+            rows[static_cast<size_t>(r)][static_cast<size_t>(x + 1)] = height(r, (x + width) % width);
+    const NormalSlopes slopes{3.0f, 2.0f};
+    std::vector<float> nx(width, -1.0f), ny(width, -1.0f), nz(width, -1.0f);
+    normalRow(rows[0].data() + 1, rows[1].data() + 1, rows[2].data() + 1, width, slopes, nx.data(), ny.data(),
+              nz.data());
+    for (int x = 0; x < width; ++x) {
+        const float gx = -(height(1, (x + 1) % width) - height(1, (x + width - 1) % width)) * slopes.u;
+        const float gy = (height(2, x) - height(0, x)) * slopes.v;
+        const float length = std::sqrt(gx * gx + gy * gy + 1.0f);
+        const size_t i = static_cast<size_t>(x);
+        EXPECT_FLOAT_EQ(nx[i], 0.5f + 0.5f * gx / length) << "pixel " << x;
+        EXPECT_FLOAT_EQ(ny[i], 0.5f + 0.5f * gy / length) << "pixel " << x;
+        EXPECT_FLOAT_EQ(nz[i], 0.5f + 0.5f / length) << "pixel " << x;
     }
 }
 
