@@ -1,4 +1,4 @@
-// Gradient noise at a single point; the rows live in LatticeRows.cpp.
+// Lattice column stepping and gradient noise at a single point; the rows live in LatticeRows.cpp.
 #include "engine/nodes/LatticeNoise.h"
 
 #include "engine/nodes/LatticeCells.h"
