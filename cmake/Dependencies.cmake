@@ -11,6 +11,8 @@ target_link_libraries(kv_tinyxml INTERFACE PkgConfig::TINYXML)
 target_compile_definitions(kv_tinyxml INTERFACE TIXML_USE_STL)
 
 pkg_check_modules(LIBZIP REQUIRED IMPORTED_TARGET libzip)
+# Highway: SIMD kernels written once, dispatched at run time to the CPU's best target.
+pkg_check_modules(HWY REQUIRED IMPORTED_TARGET libhwy)
 find_package(PNG REQUIRED)
 find_package(nlohmann_json 3 REQUIRED)
 find_package(OpenEXR 3 CONFIG REQUIRED)

@@ -11,6 +11,7 @@ packages=(
     libzip-dev zlib1g-dev libpng-dev libopenexr-dev
     nlohmann-json3-dev
     libgtest-dev libgmock-dev libbenchmark-dev libgegl-dev
+    libhwy-dev
     unzip
     python3-dev pybind11-dev python3-numpy python3-pytest python3-dask python3-distributed
     libcpp-httplib-dev libjs-three chromium chromium-driver python3-selenium

@@ -1,6 +1,7 @@
 #include "engine/nodes/FractalNoise.h"
 
 #include "engine/nodes/KernelShapes.h"
+#include "engine/nodes/OctaveSum.h"
 #include "engine/nodes/Random.h"
 #include "engine/nodes/Sampling.h"
 
@@ -24,19 +25,6 @@ uint32_t octaveSeed(uint32_t seed, int octave) {
 FractalRows::FractalRows(const FractalNoise& noise)
     : noise_(noise), gain_(contrastGain(noise.octaves, noise.persistence)) {}
 
-namespace {
-
-// Adds amplitude * scratch, read shift pixels further along (wrapping), to out.
-void accumulateShifted(float* out, const float* scratch, int width, int shift, float amplitude) {
-    const int split = width - shift;
-    for (int x = 0; x < split; ++x)
-        out[x] += amplitude * scratch[x + shift];
-    for (int x = split; x < width; ++x)
-        out[x] += amplitude * scratch[x - split];
-}
-
-} // namespace
-
 void FractalRows::operator()(float* out, float* scratch, int width, float v) const {
     const FractalNoise& noise = noise_;
     std::fill(out, out + width, 0.0f);
@@ -53,26 +41,10 @@ void FractalRows::operator()(float* out, float* scratch, int width, float v) con
             octaveV -= std::floor(octaveV);
         }
         noiseRow(noise.basis, scratch, width, octaveV, px, py, seed);
-        switch (noise.mode) {
-        case FractalMode::Sum:
-            break;
-        case FractalMode::Ridged:
-            for (int x = 0; x < width; ++x) {
-                const float crest = std::max(1.0f - 2.0f * std::fabs(scratch[x]), 0.0f);
-                scratch[x] = crest * crest;
-            }
-            break;
-        case FractalMode::Turbulence:
-            for (int x = 0; x < width; ++x)
-                scratch[x] = 2.0f * std::fabs(scratch[x]);
-            break;
-        }
-        accumulateShifted(out, scratch, width, shift, amplitude);
+        addOctave(noise.mode, scratch, width, shift, amplitude, out);
         amplitude *= noise.persistence;
     }
-    const float centre = noise.mode == FractalMode::Sum ? 0.5f : 0.0f;
-    for (int x = 0; x < width; ++x)
-        out[x] = clamp01(centre + out[x] * gain_);
+    finishOctaves(out, width, noise.mode == FractalMode::Sum ? 0.5f : 0.0f, gain_);
 }
 
 void generateFractal(const NodeRun& run, Image& out, const FractalNoise& noise) {

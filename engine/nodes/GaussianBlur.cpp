@@ -1,56 +1,88 @@
 #include "engine/nodes/GaussianBlur.h"
 
-#include "engine/nodes/Sampling.h"
+#include "engine/nodes/BoxStrip.h"
+#include "engine/nodes/PixelMemory.h"
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
+#include <mutex>
 #include <vector>
 
 namespace kvengine {
 
 namespace {
 
-constexpr int kPasses = 3; // three box passes approximate a gaussian
-constexpr int kStrip = 64; // columns per vertical work item
-
-// Box filter of half-width h over n samples spaced by stride, wrapping.
-// A running sum keeps the cost independent of the radius.
-void boxPass(const float* src, float* dst, int n, size_t stride, int h) {
-    const double scale = 1.0 / (2.0 * h + 1.0);
-    double sum = 0.0;
-    for (int k = -h; k <= h; ++k)
-        sum += src[static_cast<size_t>(wrapIndex(k, n)) * stride];
-    for (int i = 0; i < n; ++i) {
-        dst[static_cast<size_t>(i) * stride] = static_cast<float>(sum * scale);
-        sum += src[static_cast<size_t>(wrapIndex(i + h + 1, n)) * stride] -
-               src[static_cast<size_t>(wrapIndex(i - h, n)) * stride];
-    }
-}
-
-// The same over a strip of `columns` adjacent columns at once, so the inner loop runs along rows.
-void boxPassColumns(const float* src, float* dst, int rows, int columns, int h) {
-    const double scale = 1.0 / (2.0 * h + 1.0);
-    double sum[kStrip] = {};
-    for (int k = -h; k <= h; ++k) {
-        const float* row = src + static_cast<size_t>(wrapIndex(k, rows)) * kStrip;
-        for (int c = 0; c < columns; ++c)
-            sum[c] += row[c];
-    }
-    for (int i = 0; i < rows; ++i) {
-        float* out = dst + static_cast<size_t>(i) * kStrip;
-        const float* add = src + static_cast<size_t>(wrapIndex(i + h + 1, rows)) * kStrip;
-        const float* remove = src + static_cast<size_t>(wrapIndex(i - h, rows)) * kStrip;
-        for (int c = 0; c < columns; ++c) {
-            out[c] = static_cast<float>(sum[c] * scale);
-            sum[c] += static_cast<double>(add[c]) - remove[c];
-        }
-    }
-}
+constexpr int kPasses = 3;             // three box passes approximate a gaussian
+constexpr int kLanes = kBoxStripLanes; // rows or columns blurred together
 
 int halfWidth(float radius, int side) {
     const int h = static_cast<int>(std::lround(radius * side / kPasses));
     return std::clamp(h, 0, (side - 1) / 2);
 }
+
+// The two buffers the passes of a strip go through, left uninitialised and
+// taken from the recycled pixel memory (at least its smallest recycled size),
+// which after the first blur serves them without fresh, zeroed pages.
+class Strip {
+public:
+    explicit Strip(int samples) : samples_(samples), a_(buffer(samples)), b_(buffer(samples)) {}
+
+    // Where a strip is gathered before blur(input(), kLanes, output(), kLanes, ...), and where it ends.
+    float* input() { return b_.get(); }
+    float* output() { return a_.get(); }
+    // Clears the input's lanes from `used` on: they hold no signal but go through the passes too.
+    void useLanes(int used) {
+        for (size_t i = 0; used < kLanes && i < static_cast<size_t>(samples_); ++i)
+            std::fill(input() + i * kLanes + used, input() + (i + 1) * kLanes, 0.0f);
+    }
+    // The passes from src to dst (sample i at src + i * srcStride, dst + i * dstStride) through the
+    // buffers; src may be input() and dst output().
+    void blur(const float* src, size_t srcStride, float* dst, size_t dstStride, int h,
+              BoxDifference difference) {
+        static_assert(kPasses % 2 == 1, "an odd count ends the passes in a_ when they start in b_");
+        for (int pass = 0; pass < kPasses; ++pass) {
+            const bool last = pass + 1 == kPasses;
+            float* to = last ? dst : (pass % 2 ? b_.get() : a_.get());
+            const size_t toStride = last ? dstStride : kLanes;
+            boxFilterStrip(src, srcStride, to, toStride, samples_, h, difference);
+            src = to;
+            srcStride = toStride;
+        }
+    }
+
+private:
+    static PixelBuffer buffer(int samples) {
+        return makePixelBuffer(
+            std::max(static_cast<size_t>(samples) * kLanes * sizeof(float), kRecycledPixelBytes));
+    }
+    int samples_;
+    PixelBuffer a_, b_;
+};
+
+// The strips of one pass, handed from work item to work item, so that a pass
+// takes one per thread rather than one per work item.
+class StripPool {
+public:
+    explicit StripPool(int samples) : samples_(samples) {}
+    std::unique_ptr<Strip> take() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (free_.empty())
+            return std::make_unique<Strip>(samples_);
+        std::unique_ptr<Strip> strip = std::move(free_.back());
+        free_.pop_back();
+        return strip;
+    }
+    void give(std::unique_ptr<Strip> strip) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        free_.push_back(std::move(strip));
+    }
+
+private:
+    int samples_;
+    std::mutex mutex_;
+    std::vector<std::unique_ptr<Strip>> free_;
+};
 
 } // namespace
 
@@ -58,39 +90,49 @@ void gaussianBlur(const Image& in, Image& out, float radius, const Parallel& par
     const int width = out.width(), height = out.height();
     const int hx = halfWidth(radius, width);
     const int hy = halfWidth(radius, height);
+    const size_t stride = static_cast<size_t>(width);
     Image across(width, height, out.channels());
 
-    parallel.run(height, [&](int y0, int y1) {
-        std::vector<float> a(static_cast<size_t>(width)), b(a.size());
+    // Across: kLanes rows at a time, transposed so that the running sums run down the lanes.
+    StripPool rowStrips(width);
+    parallel.run((height + kLanes - 1) / kLanes, [&](int g0, int g1) {
+        std::unique_ptr<Strip> taken = rowStrips.take();
+        Strip& strip = *taken;
         for (int c = 0; c < out.channels(); ++c)
-            for (int y = y0; y < y1; ++y) {
-                std::copy(in.row(c, y), in.row(c, y) + width, a.begin());
-                for (int pass = 0; pass < kPasses; ++pass) {
-                    boxPass(a.data(), b.data(), width, 1, hx);
-                    a.swap(b);
-                }
-                std::copy(a.begin(), a.end(), across.row(c, y));
+            for (int g = g0; g < g1; ++g) {
+                const int r0 = g * kLanes, rows = std::min(kLanes, height - r0);
+                rowsToStrip(in.row(c, r0), stride, width, rows, strip.input());
+                strip.useLanes(rows);
+                strip.blur(strip.input(), kLanes, strip.output(), kLanes, hx, BoxDifference::Float);
+                stripToRows(strip.output(), width, rows, across.row(c, r0), stride);
             }
+        rowStrips.give(std::move(taken));
     });
 
-    const int strips = (width + kStrip - 1) / kStrip;
-    parallel.run(strips, [&](int s0, int s1) {
-        std::vector<float> a(static_cast<size_t>(height) * kStrip), b(a.size());
+    // Down: kLanes adjacent columns at a time, read and written in place; the
+    // last, narrower strip is copied, as its passes run over kLanes columns.
+    StripPool columnStrips(height);
+    parallel.run((width + kLanes - 1) / kLanes, [&](int s0, int s1) {
+        std::unique_ptr<Strip> taken = columnStrips.take();
+        Strip& strip = *taken;
         for (int c = 0; c < out.channels(); ++c)
             for (int s = s0; s < s1; ++s) {
-                const int x0 = s * kStrip;
-                const int columns = std::min(kStrip, width - x0);
-                for (int y = 0; y < height; ++y)
-                    std::copy(across.row(c, y) + x0, across.row(c, y) + x0 + columns,
-                              a.begin() + static_cast<ptrdiff_t>(y) * kStrip);
-                for (int pass = 0; pass < kPasses; ++pass) {
-                    boxPassColumns(a.data(), b.data(), height, columns, hy);
-                    a.swap(b);
+                const int x0 = s * kLanes, columns = std::min(kLanes, width - x0);
+                if (columns == kLanes) {
+                    strip.blur(across.row(c, 0) + x0, stride, out.row(c, 0) + x0, stride, hy,
+                               BoxDifference::Double);
+                    continue;
                 }
                 for (int y = 0; y < height; ++y)
-                    std::copy(a.begin() + static_cast<ptrdiff_t>(y) * kStrip,
-                              a.begin() + static_cast<ptrdiff_t>(y) * kStrip + columns, out.row(c, y) + x0);
+                    std::copy_n(across.row(c, y) + x0, columns,
+                                strip.input() + static_cast<size_t>(y) * kLanes);
+                strip.useLanes(columns);
+                strip.blur(strip.input(), kLanes, strip.output(), kLanes, hy, BoxDifference::Double);
+                for (int y = 0; y < height; ++y)
+                    std::copy_n(strip.output() + static_cast<size_t>(y) * kLanes, columns,
+                                out.row(c, y) + x0);
             }
+        columnStrips.give(std::move(taken));
     });
 }
 

@@ -3,8 +3,6 @@
 // is a pure function of the seed and the lattice coordinates.
 #pragma once
 
-#include <algorithm>
-#include <cmath>
 #include <cstdint>
 
 namespace kvengine {
@@ -25,11 +23,30 @@ void noiseRow(NoiseBasis basis, float* out, int width, float v, int periodX, int
 // noiseRow(NoiseBasis::Gradient, ...) gives at a pixel centre.
 float gradientNoiseAt(float u, float v, int periodX, int periodY, uint32_t seed);
 
-// The pixels of a row of width pixels whose centres fall in lattice column
-// cx of period: [previous end, cellEnd(cx)). Shared by the row loops that
-// look up lattice data once per cell.
-inline int cellEnd(int cx, int width, int period) {
-    return static_cast<int>(std::ceil((static_cast<double>(cx) + 1.0) * width / period - 0.5));
-}
+// Steps through the lattice columns of a row for the loops that look up
+// lattice data once per column: column cx of period covers the pixels whose
+// centres fall in it, from the previous column's end to its own,
+// ceil((cx + 1) * width / period - 0.5). Stepped without a division.
+class CellColumns {
+public:
+    CellColumns(int width, int period);
+    // Where the current column's pixels end (not clamped to the row).
+    int end() const { return static_cast<int>(end_); }
+    void next() {
+        end_ += whole_;
+        const int64_t t = rest_ - slack_;
+        if (t > 0) {
+            ++end_;
+            slack_ = divisor_ - t;
+        } else {
+            slack_ = -t;
+        }
+    }
+
+private:
+    // end is ceil(a / divisor) of a numerator a that grows by a fixed step per
+    // column, kept as end * divisor - slack with 0 <= slack < divisor.
+    int64_t divisor_, whole_, rest_, end_, slack_;
+};
 
 } // namespace kvengine

@@ -4,10 +4,12 @@
 // [0, 1], tiles, and has the same bytes at 1 and 4 threads. A kind's renders
 // together must match the checksum kept for it in NodeReferences.txt, so a
 // change says which kind moved; a kind without a reference fails. Every kind
-// also survives images holding NaN and infinities.
+// also survives images holding NaN and infinities, and renders the same bytes
+// on every SIMD target the kernels were built for and this CPU runs.
 #include "EvaluatorFixtures.h"
 
 #include "engine/nodes/NodeKind.h"
+#include "engine/nodes/SimdTarget.h"
 
 #include <gtest/gtest.h>
 
@@ -198,6 +200,38 @@ TEST_P(EveryKind, SurvivesNonFiniteTexels) {
     const NodeKindInfo& kind = *findNodeKind(GetParam());
     EXPECT_EQ(render(kind, Case{"defaults"}, 2, true).size(),
               static_cast<size_t>(kWidth) * kHeight * 4 * sizeof(float));
+}
+
+// Restricts the kernels to one SIMD target while it lives.
+class OnlySimdTarget {
+public:
+    explicit OnlySimdTarget(int64_t target) { useSimdTarget(target); }
+    ~OnlySimdTarget() { useSimdTarget(0); }
+    OnlySimdTarget(const OnlySimdTarget&) = delete;
+    OnlySimdTarget& operator=(const OnlySimdTarget&) = delete;
+};
+
+TEST_P(EveryKind, RendersTheSameBytesOnEverySimdTarget) {
+    const NodeKindInfo& kind = *findNodeKind(GetParam());
+    const std::vector<int64_t> targets = simdTargets();
+    ASSERT_FALSE(targets.empty());
+    std::vector<std::vector<unsigned char>> baseline; // per case, on the least capable target
+    std::string baselineName;
+    {
+        OnlySimdTarget only(targets.back());
+        baselineName = simdTargetName();
+        for (const Case& c : casesOf(kind))
+            baseline.push_back(render(kind, c, 2));
+    }
+    for (size_t t = 0; t + 1 < targets.size(); ++t) {
+        OnlySimdTarget only(targets[t]);
+        const std::string name = simdTargetName();
+        ASSERT_NE(name, baselineName) << "the kernels did not switch target";
+        const std::vector<Case> cases = casesOf(kind);
+        for (size_t i = 0; i < cases.size(); ++i)
+            EXPECT_EQ(render(kind, cases[i], 2), baseline[i])
+                << cases[i].name << ": " << name << " differs from " << baselineName;
+    }
 }
 
 std::vector<std::string> kindNames() {

@@ -72,9 +72,10 @@ void evaluate(const NodeRun& run, Image& out) {
         const float py = (static_cast<float>(y) + 0.5f) * toCellsY;
         const int cy = std::min(static_cast<int>(py), cells - 1);
         std::array<float, kCount> fx{}, fy{};
+        CellColumns columns(run.width, cells);
         int x = 0;
-        for (int cx = 0; cx < cells && x < run.width; ++cx) {
-            const int end = std::clamp(cellEnd(cx, run.width, cells), x, run.width);
+        for (int cx = 0; cx < cells && x < run.width; ++cx, columns.next()) {
+            const int end = std::clamp(columns.end(), x, run.width);
             for (int dy = -kReach, k = 0; dy <= kReach; ++dy)
                 for (int dx = -kReach; dx <= kReach; ++dx, ++k) {
                     const size_t p = points.index(cx + dx, cy + dy);

@@ -1,8 +1,12 @@
 // normal.from_height: a tangent-space normal map from a height.
-#include "engine/nodes/KernelShapes.h"
 #include "engine/nodes/KindTable.h"
+#include "engine/nodes/NodeKind.h"
+#include "engine/nodes/NormalRow.h"
+#include "engine/nodes/Sampling.h"
 
-#include <cmath>
+#include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace kvengine {
 
@@ -25,24 +29,32 @@ NodeKindInfo table() {
 // alpha 1. Central differences wrap at the edges.
 void evaluate(const NodeRun& run, Image& out) {
     const int width = run.width, height = run.height;
+    const Image& in = run.input(0);
     const float intensity = run.number("intensity");
-    const float slopeU = intensity * kHeightPerSide * static_cast<float>(width) * 0.5f;
-    const float slopeV = intensity * kHeightPerSide * static_cast<float>(height) * 0.5f;
-    areaFilter(run, [&](int y, const float* above, const float* here, const float* below) {
-        float* nx = out.row(0, y);
-        float* ny = out.row(1, y);
-        float* nz = out.row(2, y);
-        for (int x = 0; x < width; ++x) {
-            const float left = here[x == 0 ? width - 1 : x - 1];
-            const float right = here[x + 1 == width ? 0 : x + 1];
-            const float gx = -(right - left) * slopeU;
-            const float gy = (below[x] - above[x]) * slopeV;
-            const float inv = 1.0f / std::sqrt(gx * gx + gy * gy + 1.0f);
-            nx[x] = 0.5f + 0.5f * gx * inv;
-            ny[x] = 0.5f + 0.5f * gy * inv;
-            nz[x] = 0.5f + 0.5f * inv;
+    NormalSlopes slopes;
+    slopes.u = intensity * kHeightPerSide * static_cast<float>(width) * 0.5f;
+    slopes.v = intensity * kHeightPerSide * static_cast<float>(height) * 0.5f;
+    run.parallel->run(height, [&](int y0, int y1) {
+        // Each row's heights are read once: three buffers roll down the range.
+        const size_t stride = static_cast<size_t>(width) + 2 + kNormalRowSlack;
+        std::vector<float> rows(3 * stride, 0.0f);
+        float* above = rows.data() + 1;
+        float* here = above + stride;
+        float* below = here + stride;
+        const auto load = [&](float* row, int y) {
+            luminanceRow(in, wrapIndex(y, height), row);
+            row[-1] = row[width - 1];
+            row[width] = row[0];
+        };
+        load(above, y0 - 1);
+        load(here, y0);
+        for (int y = y0; y < y1; ++y) {
+            load(below, y + 1);
+            normalRow(above, here, below, width, slopes, out.row(0, y), out.row(1, y), out.row(2, y));
+            std::fill(out.row(3, y), out.row(3, y) + width, 1.0f);
+            std::swap(above, here);
+            std::swap(here, below);
         }
-        std::fill(out.row(3, y), out.row(3, y) + width, 1.0f);
     });
 }
 
