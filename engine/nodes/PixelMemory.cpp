@@ -216,8 +216,11 @@ PiecePool& piecePool() {
 } // namespace
 
 void* acquirePixels(size_t bytes) {
-    if (bytes < kPooledPixelBytes)
-        return std::malloc(bytes == 0 ? 1 : bytes);
+    if (!kPixelBlocks || bytes < kPooledPixelBytes) {
+        constexpr size_t kVectorBytes = 64; // the widest vector registers
+        const size_t size = (std::max<size_t>(bytes, 1) + kVectorBytes - 1) / kVectorBytes * kVectorBytes;
+        return size < bytes ? nullptr : std::aligned_alloc(kVectorBytes, size);
+    }
     if (bytes <= kLargestPiece)
         return piecePool().take(bytes);
     const size_t size = mappedSize(bytes);
@@ -229,7 +232,7 @@ void* acquirePixels(size_t bytes) {
 void releasePixels(void* pixels, size_t bytes) noexcept {
     if (!pixels)
         return;
-    if (bytes < kPooledPixelBytes)
+    if (!kPixelBlocks || bytes < kPooledPixelBytes)
         std::free(pixels);
     else if (bytes <= kLargestPiece)
         piecePool().give(pixels, bytes);

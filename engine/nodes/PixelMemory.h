@@ -16,6 +16,22 @@
 
 namespace kvengine {
 
+// Whether buffers come from blocks at all. Under AddressSanitizer every
+// buffer comes from the C heap instead, so that the sanitizer knows each
+// one's bounds: a kernel reading past its image into the next piece of a
+// block would go unseen.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kPixelBlocks = false;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+constexpr bool kPixelBlocks = false;
+#else
+constexpr bool kPixelBlocks = true;
+#endif
+#else
+constexpr bool kPixelBlocks = true;
+#endif
+
 // The unit of mapping.
 constexpr size_t kPixelBlockBytes = size_t(2) << 20;
 // Buffers from this size up come from blocks; smaller ones from the C heap.
