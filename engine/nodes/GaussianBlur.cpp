@@ -53,8 +53,7 @@ public:
 
 private:
     static PixelBuffer buffer(int samples) {
-        return makePixelBuffer(
-            std::max(static_cast<size_t>(samples) * kLanes * sizeof(float), kRecycledPixelBytes));
+        return makePixelBuffer(static_cast<size_t>(samples) * kLanes * sizeof(float));
     }
     int samples_;
     PixelBuffer a_, b_;
