@@ -67,8 +67,10 @@ TEST(HostileDescriptions, GarbageAttributesReadAsZerosAndEmpties) {
     EXPECT_EQ(integer.defaultValue, 0);
 }
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) // gcc
 constexpr bool kSanitized = true;
+#elif defined(__has_feature) // clang
+constexpr bool kSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
 #else
 constexpr bool kSanitized = false;
 #endif
