@@ -96,17 +96,22 @@ py::dict render(Material& material, const py::object& outputs) {
 }
 
 py::object texture(Material& material) {
-    Pixels pixels;
+    Texture texture;
     {
         py::gil_scoped_release release;
         const std::lock_guard<std::mutex> guard(material.lock());
-        pixels = material.texture();
+        texture = material.texture();
     }
-    if (pixels.shape.width == 0) {
+    if (texture.bytes == nullptr) {
         return py::none();
     }
-    py::array array = newArray(pixels.shape);
-    std::memcpy(array.mutable_data(), pixels.bytes.data(), pixels.bytes.size());
+    // One copy, straight into the array: fresh memory costs a page fault per page to touch.
+    py::array array = newArray(texture.shape);
+    void* destination = array.mutable_data();
+    {
+        py::gil_scoped_release release;
+        std::memcpy(destination, texture.bytes, texture.shape.byteCount());
+    }
     return std::move(array);
 }
 

@@ -7,7 +7,6 @@
 #include "framework/render/RenderQueue.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace kvpy {
 
@@ -155,21 +154,19 @@ RenderResults Material::render(const std::vector<std::string>& outputs) {
     return rendered;
 }
 
-Pixels Material::texture() {
-    Pixels pixels;
-    kv::TempReference<ilSIDImage> texture = kvSubstance::getTextureFromSubstance(mModel.get());
-    const auto* image = dynamic_cast<const ilSPMemoryImg*>(texture.get());
+Texture Material::texture() {
+    Texture result;
+    result.image = kvSubstance::getTextureFromSubstance(mModel.get());
+    const auto* image = dynamic_cast<const ilSPMemoryImg*>(result.image.get());
     if (image == nullptr) {
-        return pixels;
+        return result;
     }
-    pixels.shape = {PixelShape::Element::UInt8, image->getSize().x, image->getSize().y, 4};
-    const size_t size = pixels.shape.byteCount();
-    pixels.bytes.resize(std::min(size, static_cast<size_t>(image->getDataSize())));
-    if (pixels.bytes.size() != size) {
+    result.shape = {PixelShape::Element::UInt8, image->getSize().x, image->getSize().y, 4};
+    if (image->getDataSize() < result.shape.byteCount()) {
         throw PackageError("the texture holds fewer bytes than its size calls for");
     }
-    std::memcpy(pixels.bytes.data(), image->getData(), size);
-    return pixels;
+    result.bytes = image->getData();
+    return result;
 }
 
 } // namespace kvpy

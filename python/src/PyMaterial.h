@@ -8,6 +8,8 @@
 #include "framework/render/RenderResult.h"
 #include "material/Substance.h"
 #include "material/SubstanceInput.h"
+#include "platform/base/Reference.h"
+#include "platform/image/Image.h"
 
 #include <map>
 #include <memory>
@@ -43,10 +45,13 @@ struct PixelShape {
     size_t byteCount() const;
 };
 
-// An 8-bit RGBA texture copied out of the library.
-struct Pixels {
+// The library's 8-bit RGBA texture: its shape and the image holding its
+// bytes. The library never writes to an image it has handed out, so the
+// bytes can be read without the material's lock while `image` is held.
+struct Texture {
     PixelShape shape;
-    std::vector<unsigned char> bytes;
+    kv::TempReference<ilSIDImage> image;
+    const unsigned char* bytes = nullptr; // null: no texture
 };
 
 using RenderResults = std::map<std::string, std::unique_ptr<SubstanceAir::RenderResult>>;
@@ -76,8 +81,8 @@ public:
 
     // Renders the named outputs (all when empty) and returns them by identifier.
     RenderResults render(const std::vector<std::string>& outputs);
-    // What getTextureFromSubstance gives: 8-bit RGBA, or no pixels (width 0).
-    Pixels texture();
+    // What getTextureFromSubstance gives: 8-bit RGBA, or no texture.
+    Texture texture();
 
 private:
     std::unique_ptr<SubstanceAir::PackageDesc> mBottom, mTop;

@@ -77,6 +77,15 @@ def test_the_texture_is_the_output_called_output(stone):
     assert not np.array_equal(texture, stone.texture())
 
 
+def test_each_texture_array_is_the_callers_own(stone):
+    # Unchanged, the library hands back the image it kept: the arrays must not share it.
+    first = stone.texture()
+    kept = first.copy()
+    first[...] = 0
+    assert np.array_equal(stone.texture(), kept)
+    assert not np.shares_memory(first, stone.texture())
+
+
 def test_other_threads_run_while_the_engine_works(stone):
     # With the GIL held, this thread would stall for the whole render.
     stone.size = 1024

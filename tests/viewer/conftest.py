@@ -48,21 +48,28 @@ def call(url, path, body=None):
         return error.code, json.loads(error.read() or b"{}")
 
 
-@pytest.fixture(scope="session")
-def browser():
+def headless_chromium():
+    """(driver, None) for headless Chromium through chromedriver, or (None, why not)."""
     if webdriver is None:
-        pytest.skip("KV-SKIP: python3-selenium is not installed")
+        return None, "python3-selenium is not installed"
     chromium = shutil.which("chromium")
     driver_path = shutil.which("chromedriver")
     if not chromium or not driver_path:
-        pytest.skip("KV-SKIP: chromium and chromium-driver are not installed")
+        return None, "chromium and chromium-driver are not installed"
     options = webdriver.ChromeOptions()
     options.binary_location = chromium
     for flag in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--window-size=1280,900",
                  "--use-gl=angle", "--use-angle=swiftshader", "--enable-unsafe-swiftshader"):
         options.add_argument(flag)
-    service = Service(executable_path=driver_path)
-    driver = webdriver.Chrome(service=service, options=options)
+    driver = webdriver.Chrome(service=Service(executable_path=driver_path), options=options)
     driver.set_script_timeout(20)
+    return driver, None
+
+
+@pytest.fixture(scope="session")
+def browser():
+    driver, missing = headless_chromium()
+    if driver is None:
+        pytest.skip("KV-SKIP: " + missing)
     yield driver
     driver.quit()

@@ -120,6 +120,22 @@ def test_the_state_string_saves_and_applies(page):
     assert status == 200 and restored["state"] == saved
 
 
+def test_images_come_back_to_back_in_the_order_asked(page):
+    _, url = page
+
+    def images(names):
+        with urllib.request.urlopen(url + "api/images?outputs=" + ",".join(names), timeout=10) as response:
+            return response.headers["X-Images"], response.read()
+
+    singles = {name: images([name]) for name in ("Output", "height", "normal")}
+    layout, body = images(["height", "Output", "normal"])
+    assert layout == ",".join(singles[name][0] for name in ("height", "Output", "normal"))
+    assert body == b"".join(singles[name][1] for name in ("height", "Output", "normal"))
+    for entry in layout.split(","):
+        name, width, height = entry.split(":")
+        assert len(singles[name][1]) == int(width) * int(height) * 4
+
+
 @pytest.mark.parametrize("path, body, status", [
     ("api/value", {"id": "nothing", "value": 1}, 404),
     ("api/value", {"id": "wear", "value": "a lot"}, 400),

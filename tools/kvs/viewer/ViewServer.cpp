@@ -5,12 +5,14 @@
 
 #include <httplib.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <pthread.h>
 #include <sstream>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace kvs::viewer {
 
@@ -64,6 +66,24 @@ void answer(httplib::Response& response, const json& body) {
     response.set_content(dumped(body), "application/json");
 }
 
+// Writes images one after the other straight from the session's buffers: at
+// 512 a body of every output is 5 MiB, which a copy would first fault in.
+struct ImageBody {
+    std::vector<SharedImage> images;
+
+    bool operator()(size_t offset, size_t length, httplib::DataSink& sink) const {
+        for (const SharedImage& image : images) {
+            const size_t size = image->rgba.size();
+            if (offset < size) {
+                const size_t count = std::min(length, size - offset);
+                return sink.write(reinterpret_cast<const char*>(image->rgba.data() + offset), count);
+            }
+            offset -= size;
+        }
+        return false;
+    }
+};
+
 void addRoutes(httplib::Server& server, ViewSession& session, const std::string& threeJs) {
     server.Get("/", [](const httplib::Request&, httplib::Response& response) {
         response.set_content(findAsset("index.html")->body, "text/html; charset=utf-8");
@@ -84,20 +104,22 @@ void addRoutes(httplib::Server& server, ViewSession& session, const std::string&
                }));
     // The outputs named in ?outputs=a,b as one body of 8-bit RGBA images, one after the
     // other; X-Images says "id:width:height,..." in the same order.
-    server.Get("/api/images",
-               guarded([&session](const httplib::Request& request, httplib::Response& response) {
-                   std::string body, layout;
-                   std::istringstream names(request.get_param_value("outputs"));
-                   for (std::string name; std::getline(names, name, ',');) {
-                       const OutputImage image = session.image(name);
-                       body.append(reinterpret_cast<const char*>(image.rgba.data()), image.rgba.size());
-                       layout += (layout.empty() ? "" : ",") + name + ":" + std::to_string(image.width) +
-                                 ":" + std::to_string(image.height);
-                   }
-                   response.set_header("X-Images", layout);
-                   response.set_header("Cache-Control", "no-store");
-                   response.set_content(std::move(body), "application/octet-stream");
-               }));
+    server.Get(
+        "/api/images", guarded([&session](const httplib::Request& request, httplib::Response& response) {
+            std::vector<SharedImage> images;
+            std::string layout;
+            size_t length = 0;
+            std::istringstream names(request.get_param_value("outputs"));
+            for (std::string name; std::getline(names, name, ',');) {
+                images.push_back(session.image(name));
+                length += images.back()->rgba.size();
+                layout += (layout.empty() ? "" : ",") + name + ":" + std::to_string(images.back()->width) +
+                          ":" + std::to_string(images.back()->height);
+            }
+            response.set_header("X-Images", layout);
+            response.set_header("Cache-Control", "no-store");
+            response.set_content_provider(length, "application/octet-stream", ImageBody{std::move(images)});
+        }));
     server.Post("/api/value",
                 guarded([&session](const httplib::Request& request, httplib::Response& response) {
                     const json body = bodyObject(request);

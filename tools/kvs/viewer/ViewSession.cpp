@@ -213,11 +213,12 @@ json ViewSession::renderAll() {
         queue.push(graph);
         queue.run();
     }
-    std::map<std::string, OutputImage> images = mImages;
+    std::map<std::string, SharedImage> images = mImages;
     json changed = json::array();
     for (const auto& output : graph.getOutputs()) {
         if (const std::unique_ptr<SubstanceAir::RenderResult> result = output->grabResult()) {
-            images[output->getDesc().identifier] = toRgba(result->getTexture());
+            images[output->getDesc().identifier] =
+                std::make_shared<const OutputImage>(toRgba(result->getTexture()));
             changed.push_back(output->getDesc().identifier);
         } else if (std::count(stale.begin(), stale.end(), output->getDesc().identifier) != 0) {
             throw RequestError(422, "output " + output->getDesc().identifier +
@@ -319,7 +320,7 @@ json ViewSession::describe() {
     return page;
 }
 
-OutputImage ViewSession::image(const std::string& output) {
+SharedImage ViewSession::image(const std::string& output) {
     const std::lock_guard<std::mutex> guard(mLock);
     const auto found = mImages.find(output);
     if (found == mImages.end() || !mError.empty()) {

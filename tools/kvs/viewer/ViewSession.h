@@ -31,6 +31,8 @@ struct OutputImage {
     int height = 0;
     std::vector<unsigned char> rgba;
 };
+// Images are shared, never changed: a request serves them without copying.
+using SharedImage = std::shared_ptr<const OutputImage>;
 
 class ViewSession {
 public:
@@ -52,7 +54,7 @@ public:
     std::string state();
 
     // The output as last rendered; a RequestError when there is none.
-    OutputImage image(const std::string& output);
+    SharedImage image(const std::string& output);
 
 private:
     void load();
@@ -68,7 +70,7 @@ private:
     std::filesystem::file_time_type mSourceTime{};
     std::unique_ptr<Material> mMaterial;
     std::string mError; // the compiler's line while the source does not compile
-    std::map<std::string, OutputImage> mImages;
+    std::map<std::string, SharedImage> mImages;
     long mVersion = 0;
     double mRenderMs = 0;
 };
