@@ -64,25 +64,37 @@ void unmapBlocks(void* memory, size_t size) noexcept {
 #endif
 }
 
-// Free runs of whole blocks, by size.
+// Free runs of whole blocks, by size. A request takes a run of its size or
+// the head of a longer one; the list keeps up to kPixelFreeListBytes, or
+// two of the longest runs requested when those are longer, so that renders
+// of large textures find their buffers again too.
 struct BlockFreeList {
     std::mutex mutex;
     std::multimap<size_t, void*> runs;
     size_t bytes = 0;
+    size_t longestRequest = 0;
 
     void* take(size_t size) {
         std::lock_guard<std::mutex> lock(mutex);
-        auto it = runs.find(size);
+        longestRequest = std::max(longestRequest, size);
+        auto it = runs.lower_bound(size);
         if (it == runs.end())
             return nullptr;
-        void* memory = it->second;
+        char* memory = static_cast<char*>(it->second);
+        const size_t length = it->first;
+#if !defined(KV_HAVE_MMAP)
+        if (length != size)
+            return nullptr; // the C heap frees whole allocations only
+#endif
         runs.erase(it);
-        bytes -= size;
+        bytes -= length;
+        if (length > size && !keepLocked(memory + size, length - size))
+            unmapBlocks(memory + size, length - size);
         return memory;
     }
 
-    // Unmaps free runs of other sizes worth at least size bytes, so that
-    // mapping a new run leaves the resident size where it was.
+    // Unmaps free runs worth at least size bytes, so that mapping a new run
+    // leaves the resident size where it was.
     void shed(size_t size) noexcept {
         std::multimap<size_t, void*> shedding;
         {
@@ -101,7 +113,11 @@ struct BlockFreeList {
 
     bool keep(void* memory, size_t size) noexcept {
         std::lock_guard<std::mutex> lock(mutex);
-        if (bytes + size > kPixelFreeListBytes)
+        return keepLocked(memory, size);
+    }
+
+    bool keepLocked(void* memory, size_t size) noexcept {
+        if (bytes + size > std::max(kPixelFreeListBytes, 2 * longestRequest))
             return false;
         try {
             runs.emplace(size, memory);

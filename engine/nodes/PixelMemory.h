@@ -39,7 +39,8 @@ constexpr size_t kPooledPixelBytes = size_t(64) << 10;
 // Blocks cut into smaller buffers stay cut, up to this many, when all their
 // buffers are free: mip chains and small images come and go with every render.
 constexpr size_t kSparePixelBlocks = 4;
-// Bytes of free blocks kept for reuse, over all handles.
+// Bytes of free blocks kept for reuse, over all handles, or two of the
+// largest buffers requested when those are larger.
 constexpr size_t kPixelFreeListBytes = size_t(64) << 20;
 
 // An uninitialised buffer of at least bytes bytes, aligned for any vector

@@ -168,9 +168,15 @@ TEST(PixelMemory, LargeBuffersAreRecycledAndTheFreeListIsBounded) {
     // A size the free buffers cannot serve makes them give back at least as much as it maps.
     const size_t held = freePixelBytes();
     ASSERT_GE(held, 2 * kPixelBlockBytes);
-    void* other = acquirePixels(2 * kPixelBlockBytes);
-    EXPECT_LE(freePixelBytes(), held - 2 * kPixelBlockBytes);
-    releasePixels(other, 2 * kPixelBlockBytes);
+    void* other = acquirePixels(3 * kPixelBlockBytes);
+    EXPECT_LE(freePixelBytes(), held - 3 * kPixelBlockBytes);
+    releasePixels(other, 3 * kPixelBlockBytes);
+    // A shorter request than any free run takes the head of the shortest longer one.
+    void* whole = acquirePixels(7 * kPixelBlockBytes);
+    releasePixels(whole, 7 * kPixelBlockBytes);
+    void* head = acquirePixels(5 * kPixelBlockBytes);
+    EXPECT_EQ(head, whole);
+    releasePixels(head, 5 * kPixelBlockBytes);
 }
 
 TEST(PixelMemory, SmallBuffersShareAlignedBlocksThatGoBackWhenManyAreEmpty) {
