@@ -1,6 +1,7 @@
 #include "engine/evaluator/PixelFormats.h"
 
 #include "engine/evaluator/Evaluator.h"
+#include "engine/evaluator/UnitBytes.h"
 #include "engine/formats/HalfFloat.h"
 #include "engine/formats/TextureDecoder.h"
 
@@ -13,9 +14,12 @@ namespace kvengine {
 
 namespace {
 
+// Clamped to [0, 1]; NaN gives 0. Written as two selects that map onto
+// the vector max and min instructions, so that conversion loops vectorise.
 inline float unit(float v) {
-    return v > 0.0f ? (v < 1.0f ? v : 1.0f) : 0.0f;
-} // NaN gives 0
+    const float positive = v > 0.0f ? v : 0.0f;
+    return positive < 1.0f ? positive : 1.0f;
+}
 
 struct StoreUnit8 {
     uint8_t operator()(float v) const { return static_cast<uint8_t>(unit(v) * 255.0f + 0.5f); }
@@ -65,7 +69,12 @@ void interleaveRow(const float* const rgba[4], int channels, int width, unsigned
 // Writes one row of texels from up to four float rows (null alpha: opaque).
 void writeRow(const TexelFormat& format, const float* const input[4], int width, unsigned char* out) {
     const float* rgba[4] = {input[0], input[1], input[2], format.alphaForcedOne ? nullptr : input[3]};
-    if (format.isFloat && format.channelBytes == 4)
+    if (!format.isFloat && format.channelBytes == 1 && format.channels != 3) {
+        if (format.channels == 4)
+            unitBytesRgba(rgba, width, out);
+        else
+            unitBytesGray(rgba[0], width, out);
+    } else if (format.isFloat && format.channelBytes == 4)
         interleaveRow<float>(rgba, format.channels, width, out, StoreFloat());
     else if (format.isFloat)
         interleaveRow<uint16_t>(rgba, format.channels, width, out, StoreHalf());

@@ -5,12 +5,17 @@
 #include "engine/evaluator/ImageCache.h"
 #include "engine/evaluator/LeadThread.h"
 #include "engine/evaluator/ThreadPool.h"
+#include "engine/evaluator/UnitBytes.h"
+#include "engine/nodes/SimdTarget.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <cstdlib>
+#include <iterator>
+#include <limits>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -211,6 +216,53 @@ TEST(PixelMemory, SmallBuffersShareAlignedBlocksThatGoBackWhenManyAreEmpty) {
         releasePixels(piece, bytes);
     const size_t room = (kPixelFreeListBytes - before) / kPixelBlockBytes * kPixelBlockBytes;
     EXPECT_GE(freePixelBytes() - before, std::min((blockCount - kSparePixelBlocks) * kPixelBlockBytes, room));
+}
+
+// 8-bit conversion gives the bytes of the scalar rule on every SIMD target,
+// whole vectors and the tail alike, for the values that clamping must catch.
+TEST(EvaluatorFormats, EightBitTexelsFollowTheScalarRuleOnEveryTarget) {
+    const float special[] = {std::nanf(""),
+                             -std::numeric_limits<float>::infinity(),
+                             std::numeric_limits<float>::infinity(),
+                             -1.0f,
+                             -0.0f,
+                             0.0f,
+                             1e-9f,
+                             0.5f / 255.0f,
+                             0.49999f / 255.0f,
+                             127.5f / 255.0f,
+                             0.999f,
+                             1.0f,
+                             1.0001f,
+                             3e38f};
+    const int width = 61; // several vectors and a tail at any width
+    std::vector<float> planes[4];
+    for (int c = 0; c < 4; ++c)
+        for (int x = 0; x < width; ++x)
+            planes[c].push_back(x % 3 == 0 ? special[(x / 3 + c) % std::size(special)]
+                                           : static_cast<float>((x * 37 + c * 11) % 97) / 90.0f - 0.03f);
+    const auto rule = [](float v) {
+        const float clamped = std::isnan(v) ? 0.0f : std::min(std::max(v, 0.0f), 1.0f);
+        return static_cast<uint8_t>(clamped * 255.0f + 0.5f);
+    };
+    for (int64_t target : simdTargets()) {
+        useSimdTarget(target);
+        SCOPED_TRACE(simdTargetName());
+        for (const bool opaque : {false, true}) {
+            const float* rows[4] = {planes[0].data(), planes[1].data(), planes[2].data(),
+                                    opaque ? nullptr : planes[3].data()};
+            std::vector<uint8_t> rgba(4 * width), gray(width);
+            unitBytesRgba(rows, width, rgba.data());
+            unitBytesGray(planes[1].data(), width, gray.data());
+            for (int x = 0; x < width; ++x) {
+                for (int c = 0; c < 4; ++c)
+                    ASSERT_EQ(rgba[4 * x + c], c == 3 && opaque ? 255 : rule(planes[c][x]))
+                        << "texel " << x << " channel " << c << " from " << planes[c][x];
+                ASSERT_EQ(gray[x], rule(planes[1][x])) << "texel " << x;
+            }
+        }
+    }
+    useSimdTarget(0);
 }
 
 TEST(EvaluatorFormats, HalfFloatsRoundToNearestEven) {
