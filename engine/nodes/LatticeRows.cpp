@@ -46,6 +46,20 @@ HWY_INLINE void columnPixels(D d, int begin, int end, int width, float cellsPerP
     }
 }
 
+// Calls cell(cx, begin, end) for the columns cx of a lattice of `period`
+// cells across a row of width pixels, with the pixels whose centres fall in
+// the column, left to right.
+template <class Cell>
+HWY_INLINE void forEachColumn(int width, int period, const Cell& cell) {
+    CellColumns columns(width, period);
+    int x = 0;
+    for (int cx = 0; cx < period && x < width; ++cx, columns.next()) {
+        const int end = std::clamp(columns.end(), x, width);
+        cell(cx, x, end);
+        x = end;
+    }
+}
+
 // hash3(seed, cx, y) of every lattice column cx of a row at the lattice rows
 // above (top) and below (bottom) it, lanes being columns; entry period
 // repeats column 0, so that cell cx reads its corners at cx and cx + 1.
@@ -86,11 +100,8 @@ void GradientRow(float* out, int width, float v, int periodX, int periodY, uint3
     const float fy = lattice.fy;
     const auto sy = hn::Set(d, fade(fy)), one = hn::Set(d, 1.0f);
     const float cellsPerPixel = static_cast<float>(periodX) / static_cast<float>(width);
-    CellColumns columns(width, periodX);
     const ColumnHashes hashes(seed, periodX, lattice);
-    int x = 0;
-    for (int cx = 0; cx < periodX && x < width; ++cx, columns.next()) {
-        const int end = std::clamp(columns.end(), x, width);
+    forEachColumn(width, periodX, [&](int cx, int begin, int end) {
         const size_t left = static_cast<size_t>(cx), right = left + 1;
         const size_t h00 = hashes.top[left] & 255u, h10 = hashes.top[right] & 255u;
         const size_t h01 = hashes.bottom[left] & 255u, h11 = hashes.bottom[right] & 255u;
@@ -100,7 +111,7 @@ void GradientRow(float* out, int width, float v, int periodX, int periodY, uint3
         const auto bottom0 = hn::Set(d, table.y[h01] * (fy - 1.0f));
         const auto bottom1 = hn::Set(d, table.y[h11] * (fy - 1.0f));
         const auto column = hn::Set(d, static_cast<float>(cx));
-        columnPixels(d, x, end, width, cellsPerPixel, out, [&](V u) {
+        columnPixels(d, begin, end, width, cellsPerPixel, out, [&](V u) {
             const auto fx = hn::Sub(u, column);
             const auto fx1 = hn::Sub(fx, one);
             const auto sx = fadeLanes(d, fx);
@@ -112,8 +123,7 @@ void GradientRow(float* out, int width, float v, int periodX, int periodY, uint3
             const auto bottom = hn::Add(n01, hn::Mul(hn::Sub(n11, n01), sx));
             return hn::Add(top, hn::Mul(hn::Sub(bottom, top), sy));
         });
-        x = end;
-    }
+    });
 }
 
 void ValueRow(float* out, int width, float v, int periodX, int periodY, uint32_t seed) {
@@ -121,11 +131,8 @@ void ValueRow(float* out, int width, float v, int periodX, int periodY, uint32_t
     const LatticeRow lattice(v, periodY);
     const float sy = fade(lattice.fy);
     const float cellsPerPixel = static_cast<float>(periodX) / static_cast<float>(width);
-    CellColumns columns(width, periodX);
     const ColumnHashes hashes(seed, periodX, lattice);
-    int x = 0;
-    for (int cx = 0; cx < periodX && x < width; ++cx, columns.next()) {
-        const int end = std::clamp(columns.end(), x, width);
+    forEachColumn(width, periodX, [&](int cx, int begin, int end) {
         const size_t c0 = static_cast<size_t>(cx), c1 = c0 + 1;
         const float v00 = latticeValue(hashes.top[c0]), v10 = latticeValue(hashes.top[c1]);
         const float v01 = latticeValue(hashes.bottom[c0]), v11 = latticeValue(hashes.bottom[c1]);
@@ -133,10 +140,9 @@ void ValueRow(float* out, int width, float v, int periodX, int periodY, uint32_t
         const auto left = hn::Set(d, leftValue);
         const auto span = hn::Set(d, v10 + (v11 - v10) * sy - leftValue);
         const auto column = hn::Set(d, static_cast<float>(cx));
-        columnPixels(d, x, end, width, cellsPerPixel, out,
+        columnPixels(d, begin, end, width, cellsPerPixel, out,
                      [&](V u) { return hn::Add(left, hn::Mul(span, fadeLanes(d, hn::Sub(u, column)))); });
-        x = end;
-    }
+    });
 }
 
 // Triangular lattice: rows of points one cell apart, every other row shifted
@@ -164,10 +170,7 @@ void SimplexRow(float* out, int width, float v, int columns, int squareRows, uin
         t = hn::Mul(t, t);
         return hn::Mul(hn::Mul(t, t), hn::Add(hn::Mul(gx, dx), gy));
     };
-    CellColumns halves(width, 2 * columns);
-    int x = 0;
-    for (int half = 0; half < 2 * columns && x < width; ++half, halves.next()) {
-        const int end = std::clamp(halves.end(), x, width);
+    forEachColumn(width, 2 * columns, [&](int half, int begin, int end) {
         // Left point of the pair around this span in each row; -1 wraps.
         const int shiftedLeft = (half - 1) >> 1, plainLeft = half >> 1;
         const int topLeft = topShift > 0.0f ? shiftedLeft : plainLeft;
@@ -183,7 +186,7 @@ void SimplexRow(float* out, int width, float v, int columns, int squareRows, uin
         const auto b0x = hn::Set(d, table.x[b0]), b1x = hn::Set(d, table.x[b1]);
         const auto t0y = hn::Set(d, table.y[t0] * dyTop), t1y = hn::Set(d, table.y[t1] * dyTop);
         const auto b0y = hn::Set(d, table.y[b0] * dyBottom), b1y = hn::Set(d, table.y[b1] * dyBottom);
-        columnPixels(d, x, end, width, cellsPerPixel, out, [&](V u) {
+        columnPixels(d, begin, end, width, cellsPerPixel, out, [&](V u) {
             const auto tx = hn::Sub(u, topX), bx = hn::Sub(u, bottomX);
             const auto sum =
                 hn::Add(hn::Add(hn::Add(kernel(tdy, tx, t0x, t0y), kernel(tdy, hn::Sub(tx, one), t1x, t1y)),
@@ -191,8 +194,7 @@ void SimplexRow(float* out, int width, float v, int columns, int squareRows, uin
                         kernel(bdy, hn::Sub(bx, one), b1x, b1y));
             return hn::Mul(gain, sum);
         });
-        x = end;
-    }
+    });
 }
 
 } // namespace HWY_NAMESPACE
