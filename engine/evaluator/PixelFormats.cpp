@@ -22,7 +22,7 @@ inline float unit(float v) {
 }
 
 struct StoreUnit8 {
-    uint8_t operator()(float v) const { return static_cast<uint8_t>(unit(v) * 255.0f + 0.5f); }
+    uint8_t operator()(float v) const { return unitByte(v); }
 };
 struct StoreUnit16 {
     uint16_t operator()(float v) const { return static_cast<uint16_t>(unit(v) * 65535.0f + 0.5f); }

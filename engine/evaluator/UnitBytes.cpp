@@ -14,12 +14,6 @@ namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-// The scalar rule, for the texels past the last whole vector.
-inline uint8_t unitByte(float v) {
-    const float positive = v > 0.0f ? v : 0.0f;
-    return static_cast<uint8_t>((positive < 1.0f ? positive : 1.0f) * 255.0f + 0.5f);
-}
-
 template <class D, class DU8>
 HWY_INLINE hn::Vec<DU8> unitBytes(D d, DU8 du8, const float* HWY_RESTRICT src) {
     const hn::RebindToSigned<D> di;

@@ -8,6 +8,12 @@
 
 namespace kvengine {
 
+// The scalar rule.
+inline uint8_t unitByte(float v) {
+    const float positive = v > 0.0f ? v : 0.0f;
+    return static_cast<uint8_t>((positive < 1.0f ? positive : 1.0f) * 255.0f + 0.5f);
+}
+
 // RGBA texels from four rows; a null alpha row writes 255.
 void unitBytesRgba(const float* const rgba[4], int width, uint8_t* out);
 
