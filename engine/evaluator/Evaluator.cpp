@@ -5,6 +5,7 @@
 #include "engine/evaluator/GraphRender.h"
 #include "engine/evaluator/GraphState.h"
 #include "engine/evaluator/ImageCache.h"
+#include "engine/evaluator/KeptTextures.h"
 #include "engine/evaluator/LeadThread.h"
 #include "engine/evaluator/PixelFormats.h"
 #include "engine/evaluator/ThreadPool.h"
@@ -74,6 +75,7 @@ struct Evaluator::Impl {
     std::vector<QueuedOutput> queue;
     uint64_t imageVersion = 0;
     ImageCache cache;
+    KeptTextures kept;
     ThreadPool pool;
     std::unique_ptr<LeadThread> lead; // when the pool has threads besides the caller
 
@@ -228,6 +230,7 @@ Status Evaluator::Impl::renderQueued(const Evaluator::Allocate& allocate, const 
     RenderContext context;
     context.parallel = &pool;
     context.cache = &cache;
+    context.kept = &kept;
     context.limits = &limits;
     context.allocate = &allocate;
     context.deliver = &deliver;
@@ -247,6 +250,7 @@ Status Evaluator::Impl::renderQueued(const Evaluator::Allocate& allocate, const 
                 return status;
         } catch (const std::bad_alloc&) {
             cache.clear();
+            kept.clear();
             return {SubstanceStatus_OutOfMemory,
                     "engine: " + graphPlace(assembly.graphs[graph]) + ": out of memory while rendering"};
         }

@@ -202,8 +202,15 @@ private:
                 key.value(state_.imageVersions[record.graphInput]);
             plan.key = key.hash;
         }
-        for (const OutputRequest& request : requests_)
-            plans_[graph_.outputs[request.output].node].wanted = true;
+        // An output whose texture is kept needs nothing computed, not even its own node.
+        kept_.assign(requests_.size(), {nullptr, 0});
+        for (size_t r = 0; r < requests_.size(); ++r) {
+            kept_[r] = context_.kept->find(keptSlot(requests_[r]), textureKey(requests_[r]));
+            if (kept_[r].size != textureBytesOf(requests_[r]))
+                kept_[r] = {nullptr, 0};
+            if (!kept_[r].bytes)
+                plans_[graph_.outputs[requests_[r].output].node].wanted = true;
+        }
         for (auto it = order_.rbegin(); it != order_.rend(); ++it) {
             NodePlan& plan = plans_[*it];
             if (!plan.wanted)
@@ -329,21 +336,49 @@ private:
         return *image;
     }
 
+    uint64_t keptSlot(const OutputRequest& request) const {
+        return uint64_t(state_.index) << 32 | request.output;
+    }
+
+    // Everything that decides an output's texture bytes.
+    uint64_t textureKey(const OutputRequest& request) const {
+        const GraphOutput& output = graph_.outputs[request.output];
+        KeyHasher key;
+        key.value(plans_[output.node].key);
+        key.value(output.format);
+        key.value(mipLevelCount(width_, height_, output.mipmaps));
+        return key.hash;
+    }
+
+    size_t textureBytesOf(const OutputRequest& request) const {
+        const GraphOutput& output = graph_.outputs[request.output];
+        return textureBytes(texelFormat(output.format), width_, height_,
+                            mipLevelCount(width_, height_, output.mipmaps));
+    }
+
     Status deliverOutputsOf(uint32_t node) {
-        for (const OutputRequest& request : requests_) {
+        for (size_t r = 0; r < requests_.size(); ++r) {
+            const OutputRequest& request = requests_[r];
             const GraphOutput& output = graph_.outputs[request.output];
             if (output.node != node)
                 continue;
-            const Image& image = *plans_[node].result;
             const int levels = mipLevelCount(width_, height_, output.mipmaps);
             const TexelFormat& format = texelFormat(output.format); // checked by Evaluator::create
-            const size_t bytes = textureBytes(format, width_, height_, levels);
+            const size_t bytes = textureBytesOf(request);
             void* buffer = (*context_.allocate)(bytes);
             if (!buffer)
                 return failure(SubstanceStatus_OutOfMemory, outputPlace(graph_, request.output) +
                                                                 ": no memory for a texture of " +
                                                                 std::to_string(bytes) + " bytes");
-            writeTexture(image, format, levels, buffer, *context_.parallel);
+            if (kept_[r].bytes) {
+                copyBytes(kept_[r].bytes, buffer, bytes);
+            } else {
+                writeTexture(*plans_[node].result, format, levels, buffer, *context_.parallel);
+                // Asked for again unchanged (its node came from the cache): worth keeping.
+                if (!plans_[node].compute)
+                    context_.kept->keep(keptSlot(request), textureKey(request), buffer, bytes,
+                                        context_.cache->budget() / 4);
+            }
             SubstanceTexture texture{};
             texture.buffer = buffer;
             texture.level0Width = static_cast<uint16_t>(width_);
@@ -356,6 +391,18 @@ private:
         return {};
     }
 
+    // A kept texture into the host's buffer, in pieces spread over the pool.
+    void copyBytes(const void* from, void* to, size_t bytes) const {
+        constexpr size_t kPiece = size_t(256) << 10;
+        const auto* source = static_cast<const unsigned char*>(from);
+        auto* target = static_cast<unsigned char*>(to);
+        const int pieces = static_cast<int>((bytes + kPiece - 1) / kPiece);
+        context_.parallel->run(pieces, [&](int begin, int end) {
+            const size_t first = size_t(begin) * kPiece;
+            std::memcpy(target + first, source + first, std::min(bytes, size_t(end) * kPiece) - first);
+        });
+    }
+
     const GraphState& state_;
     const Graph& graph_;
     const std::vector<OutputRequest>& requests_;
@@ -364,6 +411,7 @@ private:
     std::vector<uint32_t> order_;
     std::vector<int> channels_; // per node, for the nodes some output needs
     std::map<float, std::shared_ptr<const Image>> constants_;
+    std::vector<KeptTextures::Texture> kept_; // per request; bytes null: convert
     int width_ = 0;
     int height_ = 0;
     uint32_t seed_ = 0;

@@ -6,6 +6,7 @@
 #include "engine/evaluator/Evaluator.h"
 #include "engine/evaluator/GraphState.h"
 #include "engine/evaluator/ImageCache.h"
+#include "engine/evaluator/KeptTextures.h"
 #include "engine/nodes/Parallel.h"
 
 #include <vector>
@@ -21,6 +22,7 @@ struct OutputRequest {
 struct RenderContext {
     const Parallel* parallel = nullptr;
     ImageCache* cache = nullptr;
+    KeptTextures* kept = nullptr;
     const EvaluatorLimits* limits = nullptr;
     const Evaluator::Allocate* allocate = nullptr;
     const Evaluator::Deliver* deliver = nullptr;

@@ -1,8 +1,9 @@
 // The evaluator's building blocks on their own: the thread pool, the lead
-// thread, the result cache and the half-float conversion.
+// thread, the result cache, the kept textures and the half-float conversion.
 #include "EvaluatorFixtures.h"
 
 #include "engine/evaluator/ImageCache.h"
+#include "engine/evaluator/KeptTextures.h"
 #include "engine/evaluator/LeadThread.h"
 #include "engine/evaluator/ThreadPool.h"
 #include "engine/evaluator/UnitBytes.h"
@@ -149,6 +150,30 @@ TEST(ImageCache, BudgetIsAnEighthOverEveryGraphsCompleteRender) {
     cache.makeRoom(100, one);
     EXPECT_LE(cache.bytes() + one, cache.budget());
     EXPECT_NE(cache.find(18), nullptr); // the most recent survive
+}
+
+TEST(KeptTextures, OneTexturePerSlotUnderItsKeyWithinTheBudget) {
+    KeptTextures kept;
+    const std::vector<unsigned char> a(1000, 1), b(1000, 2), c(600, 3);
+    ASSERT_TRUE(kept.keep(/*slot*/ 1, /*key*/ 10, a.data(), a.size(), 2000));
+    ASSERT_TRUE(kept.keep(2, 20, b.data(), b.size(), 2000));
+    EXPECT_EQ(kept.find(1, 11).bytes, nullptr);           // another key: the output changed
+    const KeptTextures::Texture first = kept.find(1, 10); // slot 1 is now the most recent
+    ASSERT_NE(first.bytes, nullptr);
+    EXPECT_EQ(first.size, a.size());
+    EXPECT_EQ(static_cast<const unsigned char*>(first.bytes)[999], 1);
+    // A third texture does not fit beside both: the least recent (slot 2) goes.
+    ASSERT_TRUE(kept.keep(3, 30, c.data(), c.size(), 2000));
+    EXPECT_EQ(kept.find(2, 20).bytes, nullptr);
+    EXPECT_NE(kept.find(1, 10).bytes, nullptr);
+    EXPECT_EQ(kept.bytes(), a.size() + c.size());
+    // A new texture for a slot supersedes its old one even when it cannot be kept.
+    EXPECT_FALSE(kept.keep(1, 12, a.data(), 3000, 2000));
+    EXPECT_EQ(kept.find(1, 10).bytes, nullptr);
+    EXPECT_EQ(kept.bytes(), c.size());
+    kept.clear();
+    EXPECT_EQ(kept.find(3, 30).bytes, nullptr);
+    EXPECT_EQ(kept.bytes(), 0u);
 }
 
 TEST(PixelMemory, LargeBuffersAreRecycledAndTheFreeListIsBounded) {

@@ -1,0 +1,52 @@
+#include "engine/evaluator/KeptTextures.h"
+
+#include <cstring>
+#include <new>
+
+namespace kvengine {
+
+KeptTextures::Texture KeptTextures::find(uint64_t slot, uint64_t key) {
+    auto it = entries_.find(slot);
+    if (it == entries_.end() || it->second.key != key)
+        return {nullptr, 0};
+    recency_.splice(recency_.begin(), recency_, it->second.recency);
+    return {it->second.pixels.get(), it->second.size};
+}
+
+void KeptTextures::drop(std::unordered_map<uint64_t, Entry>::iterator entry) {
+    bytes_ -= entry->second.size;
+    recency_.erase(entry->second.recency);
+    entries_.erase(entry);
+}
+
+bool KeptTextures::keep(uint64_t slot, uint64_t key, const void* bytes, size_t size, size_t budgetBytes) {
+    auto previous = entries_.find(slot);
+    if (previous != entries_.end())
+        drop(previous); // superseded whatever happens below
+    if (size == 0 || size > budgetBytes)
+        return false;
+    while (bytes_ + size > budgetBytes)
+        drop(entries_.find(recency_.back()));
+    Entry entry;
+    try {
+        entry.pixels = makePixelBuffer(size);
+    } catch (const std::bad_alloc&) {
+        return false; // a reuse lost, nothing else
+    }
+    std::memcpy(entry.pixels.get(), bytes, size);
+    entry.key = key;
+    entry.size = size;
+    recency_.push_front(slot);
+    entry.recency = recency_.begin();
+    entries_.emplace(slot, std::move(entry));
+    bytes_ += size;
+    return true;
+}
+
+void KeptTextures::clear() {
+    entries_.clear();
+    recency_.clear();
+    bytes_ = 0;
+}
+
+} // namespace kvengine
