@@ -51,6 +51,7 @@ const std::vector<char>& stoneTiles(std::string& error) {
 std::vector<char> fbmAssembly() {
     kvtest::GraphBuilder b("pkg://bench/fbm", 1);
     b.addInput("$outputsize", kvengine::InputType::Integer2);
+    b.addInput("$randomseed", kvengine::InputType::Integer);
     b.addOutput("noise", b.addNode("noise.fbm", {{"octaves", kvtest::constantExpr(8)}}),
                 SubstancePixelFormat_L8);
     return kvengine::writeAssembly(b.assembly(3));
@@ -134,13 +135,8 @@ BENCHMARK(StoneTiles)->Arg(10)->Arg(11)->Unit(benchmark::kMillisecond)->UseRealT
 
 // Renders every output of a loaded material once to fill the caches, then
 // again after each `change` (false: a failure, the benchmark stops).
-void renderAgain(benchmark::State& state, const std::function<bool(SubstanceHandle*)>& change) {
-    std::string error;
-    const std::vector<char>& assembly = stoneTiles(error);
-    if (assembly.empty()) {
-        state.SkipWithError(error.c_str());
-        return;
-    }
+void renderAgain(benchmark::State& state, const std::vector<char>& assembly,
+                 const std::function<bool(SubstanceHandle*)>& change) {
     const int log2 = static_cast<int>(state.range(0));
     SubstanceContext* context = nullptr;
     SubstanceHandle* handle = nullptr;
@@ -156,7 +152,7 @@ void renderAgain(benchmark::State& state, const std::function<bool(SubstanceHand
     substanceHandleStart(handle, SubstanceStart_Synchronous); // fills the cache
     for (auto _ : state) {
         if (!change(handle)) {
-            state.SkipWithError("no roughness input");
+            state.SkipWithError("the change was refused");
             break;
         }
         queueEveryOutput(handle);
@@ -172,8 +168,14 @@ void renderAgain(benchmark::State& state, const std::function<bool(SubstanceHand
 // Tweaking one input of a loaded material: only the nodes downstream of it
 // are computed again, the rest comes from the engine's cache.
 void StoneTilesTweak(benchmark::State& state) {
+    std::string error;
+    const std::vector<char>& assembly = stoneTiles(error);
+    if (assembly.empty()) {
+        state.SkipWithError(error.c_str());
+        return;
+    }
     float roughness = 0.5f;
-    renderAgain(state, [&](SubstanceHandle* handle) {
+    renderAgain(state, assembly, [&](SubstanceHandle* handle) {
         roughness = roughness == 0.5f ? 0.6f : 0.5f;
         return pushInput(handle, "roughness", SubstanceInputType_Float, &roughness);
     });
@@ -182,15 +184,48 @@ BENCHMARK(StoneTilesTweak)->Arg(10)->Unit(benchmark::kMillisecond)->UseRealTime(
 
 // Asking again with nothing changed: every output is a kept texture.
 void StoneTilesUnchanged(benchmark::State& state) {
-    renderAgain(state, [](SubstanceHandle*) { return true; });
+    std::string error;
+    const std::vector<char>& assembly = stoneTiles(error);
+    if (assembly.empty()) {
+        state.SkipWithError(error.c_str());
+        return;
+    }
+    renderAgain(state, assembly, [](SubstanceHandle*) { return true; });
 }
 BENCHMARK(StoneTilesUnchanged)->Arg(10)->Arg(11)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// A new seed on a live handle: every node that reads it computed again, to
+// set beside a fresh handle's render of the same.
+void newSeedEachTime(benchmark::State& state, const std::vector<char>& assembly) {
+    int seed = 0;
+    renderAgain(state, assembly, [&](SubstanceHandle* handle) {
+        ++seed;
+        return pushInput(handle, "$randomseed", SubstanceInputType_Integer, &seed);
+    });
+}
 
 void Fbm8Octaves(benchmark::State& state) {
     static const std::vector<char> assembly = fbmAssembly();
     renderAll(state, assembly);
 }
 BENCHMARK(Fbm8Octaves)->Arg(11)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void Fbm8OctavesNewSeed(benchmark::State& state) {
+    static const std::vector<char> assembly = fbmAssembly();
+    newSeedEachTime(state, assembly);
+}
+BENCHMARK(Fbm8OctavesNewSeed)->Arg(11)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void StoneTilesNewSeed(benchmark::State& state) {
+    std::string error;
+    const std::vector<char>& assembly = stoneTiles(error);
+    if (assembly.empty()) {
+        state.SkipWithError(error.c_str());
+        return;
+    }
+    newSeedEachTime(state, assembly);
+}
+BENCHMARK(StoneTilesNewSeed)->Arg(10)->Arg(11)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 } // namespace
 

@@ -64,68 +64,105 @@ void unmapBlocks(void* memory, size_t size) noexcept {
 #endif
 }
 
-// Free runs of whole blocks, by size. A request takes a run of its size or
-// the head of a longer one; the list keeps up to kPixelFreeListBytes, or
-// two of the longest runs requested when those are longer, so that renders
-// of large textures find their buffers again too.
+// Free runs of whole blocks. A request takes the shortest run that holds
+// it, or its head; neighbouring free runs join again, so that runs split for
+// short requests serve long ones later instead of making room for fresh
+// mappings. The list keeps up to kPixelFreeListBytes, or two of the longest
+// runs requested when those are longer, so that renders of large textures
+// find their buffers again too.
 struct BlockFreeList {
+    using BySize = std::multimap<size_t, char*>;
     std::mutex mutex;
-    std::multimap<size_t, void*> runs;
+    std::map<char*, BySize::iterator> byAddress;
+    BySize bySize;
     size_t bytes = 0;
     size_t longestRequest = 0;
 
     void* take(size_t size) {
         std::lock_guard<std::mutex> lock(mutex);
         longestRequest = std::max(longestRequest, size);
-        auto it = runs.lower_bound(size);
-        if (it == runs.end())
+        auto it = bySize.lower_bound(size);
+        if (it == bySize.end())
             return nullptr;
-        char* memory = static_cast<char*>(it->second);
+        char* memory = it->second;
         const size_t length = it->first;
 #if !defined(KV_HAVE_MMAP)
         if (length != size)
             return nullptr; // the C heap frees whole allocations only
 #endif
-        runs.erase(it);
-        bytes -= length;
-        if (length > size && !keepLocked(memory + size, length - size))
-            unmapBlocks(memory + size, length - size);
+        eraseLocked(byAddress.find(memory));
+        if (length > size)
+            keepLocked(memory + size, length - size);
         return memory;
     }
 
     // Unmaps free runs worth at least size bytes, so that mapping a new run
     // leaves the resident size where it was.
     void shed(size_t size) noexcept {
-        std::multimap<size_t, void*> shedding;
+        std::vector<std::pair<char*, size_t>> shedding;
         {
             std::lock_guard<std::mutex> lock(mutex);
             size_t shed = 0;
-            while (shed < size && !runs.empty()) {
-                auto largest = std::prev(runs.end());
+            while (shed < size && !bySize.empty()) {
+                auto largest = std::prev(bySize.end());
                 shed += largest->first;
-                bytes -= largest->first;
-                shedding.insert(runs.extract(largest));
+                try {
+                    shedding.emplace_back(largest->second, largest->first);
+                } catch (...) {
+                    unmapBlocks(largest->second, largest->first);
+                }
+                eraseLocked(byAddress.find(largest->second));
             }
         }
-        for (const auto& [mapped, memory] : shedding)
+        for (const auto& [memory, mapped] : shedding)
             unmapBlocks(memory, mapped);
     }
 
-    bool keep(void* memory, size_t size) noexcept {
+    void keep(void* memory, size_t size) noexcept {
         std::lock_guard<std::mutex> lock(mutex);
-        return keepLocked(memory, size);
+        keepLocked(static_cast<char*>(memory), size);
     }
 
-    bool keepLocked(void* memory, size_t size) noexcept {
-        if (bytes + size > std::max(kPixelFreeListBytes, 2 * longestRequest))
-            return false;
+    void eraseLocked(std::map<char*, BySize::iterator>::iterator run) noexcept {
+        bytes -= run->second->first;
+        bySize.erase(run->second);
+        byAddress.erase(run);
+    }
+
+    // Keeps the run, joined with its free neighbours, or unmaps it when the
+    // list is full (or, in a deleter, memory for the list itself is short).
+    void keepLocked(char* memory, size_t size) noexcept {
+        if (bytes + size > std::max(kPixelFreeListBytes, 2 * longestRequest)) {
+            unmapBlocks(memory, size);
+            return;
+        }
+#if defined(KV_HAVE_MMAP)
+        if (auto next = byAddress.find(memory + size); next != byAddress.end()) {
+            size += next->second->first;
+            eraseLocked(next);
+        }
+        if (auto after = byAddress.lower_bound(memory); after != byAddress.begin()) {
+            auto previous = std::prev(after);
+            if (previous->first + previous->second->first == memory) {
+                memory = previous->first;
+                size += previous->second->first;
+                eraseLocked(previous);
+            }
+        }
+#endif
         try {
-            runs.emplace(size, memory);
+            auto sized = bySize.emplace(size, memory);
+            try {
+                byAddress.emplace(memory, sized);
+            } catch (...) {
+                bySize.erase(sized);
+                throw;
+            }
         } catch (...) {
-            return false; // runs in deleters: losing the chance to recycle is fine, throwing is not
+            unmapBlocks(memory, size);
+            return;
         }
         bytes += size;
-        return true;
     }
 };
 
@@ -143,8 +180,7 @@ void* acquireBlocks(size_t size) {
 }
 
 void releaseBlocks(void* memory, size_t size) noexcept {
-    if (!blockFreeList().keep(memory, size))
-        unmapBlocks(memory, size);
+    blockFreeList().keep(memory, size);
 }
 
 int pieceClass(size_t bytes) {
@@ -260,6 +296,12 @@ size_t freePixelBytes() {
     BlockFreeList& list = blockFreeList();
     std::lock_guard<std::mutex> lock(list.mutex);
     return list.bytes;
+}
+
+size_t freePixelRuns() {
+    BlockFreeList& list = blockFreeList();
+    std::lock_guard<std::mutex> lock(list.mutex);
+    return list.bySize.size();
 }
 
 PixelBuffer makePixelBuffer(size_t bytes) {

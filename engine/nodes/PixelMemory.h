@@ -50,6 +50,9 @@ void releasePixels(void* pixels, size_t bytes) noexcept;
 
 // Bytes of whole blocks currently waiting in the free list.
 size_t freePixelBytes();
+// Separate runs of free blocks: neighbours join, so a run split for a short
+// request serves a long one again once both parts are free.
+size_t freePixelRuns();
 
 struct PixelRelease {
     size_t bytes = 0;

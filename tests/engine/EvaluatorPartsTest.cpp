@@ -207,6 +207,22 @@ TEST(PixelMemory, LargeBuffersAreRecycledAndTheFreeListIsBounded) {
     void* head = acquirePixels(5 * kPixelBlockBytes);
     EXPECT_EQ(head, whole);
     releasePixels(head, 5 * kPixelBlockBytes);
+    // From a clean list (a request no run holds unmaps them all): a run split
+    // for a short request joins its rest again once both parts are free.
+    const size_t everything = freePixelBytes() + kPixelBlockBytes;
+    void* all = acquirePixels(everything);
+    ASSERT_NE(all, nullptr);
+    EXPECT_EQ(freePixelBytes(), 0u);
+    releasePixels(all, everything);
+    EXPECT_EQ(freePixelRuns(), 1u);
+    void* front = acquirePixels(kPixelBlockBytes);
+    EXPECT_EQ(front, all);
+    releasePixels(front, kPixelBlockBytes);
+    EXPECT_EQ(freePixelRuns(), 1u);
+    EXPECT_EQ(freePixelBytes(), everything);
+    void* again = acquirePixels(everything);
+    EXPECT_EQ(again, all);
+    releasePixels(again, everything);
 }
 
 TEST(PixelMemory, SmallBuffersShareAlignedBlocksThatGoBackWhenManyAreEmpty) {
