@@ -84,6 +84,11 @@ bool writePng(const std::string& path, const PngImage& image, std::string& error
         return false;
     }
     PngWriteState state;
+    // Room for the filtered rows as they stand, which compressed data rarely
+    // exceeds: the file grows without being moved again and again.
+    const size_t rowBytes = static_cast<size_t>(image.width) * static_cast<size_t>(image.channels) *
+                            static_cast<size_t>(image.bitDepth / 8);
+    state.bytes.reserve(static_cast<size_t>(image.height) * (rowBytes + 1) + 1024);
     if (setjmp(png_jmpbuf(png))) {
         png_destroy_write_struct(&png, &info);
         error = path + ": PNG encoding failed";
