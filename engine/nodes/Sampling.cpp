@@ -36,8 +36,8 @@ BilinearTap bilinearTap(int width, int height, float u, float v) {
     float py = v * static_cast<float>(height) - 0.5f;
     if (!std::isfinite(px) || !std::isfinite(py))
         px = py = 0.0f;
-    const float fx0 = std::floor(px);
-    const float fy0 = std::floor(py);
+    const float fx0 = floorOf(px);
+    const float fy0 = floorOf(py);
     const float tx = px - fx0;
     const float ty = py - fy0;
     const int x0 = wrapCoordinate(fx0, width);

@@ -8,9 +8,27 @@
 
 namespace kvengine {
 
+// i wrapped into [0, n), n > 0. Indices rarely stray more than one period,
+// and those need no division.
 inline int wrapIndex(int i, int n) {
+    if (static_cast<unsigned>(i) < static_cast<unsigned>(n))
+        return i;
+    if (i < 0 && i >= -n)
+        return i + n;
+    if (i >= n && i - n < n)
+        return i - n;
     int r = i % n;
     return r < 0 ? r + n : r;
+}
+
+// std::floor, inline for the coordinates kernels meet (below 2^23 in size,
+// where a float holds every whole number): built for the baseline CPU,
+// std::floor is a library call costing more than the arithmetic around it.
+inline float floorOf(float v) {
+    if (!(std::fabs(v) < 8388608.0f))
+        return std::floor(v);
+    const float whole = static_cast<float>(static_cast<int>(v)); // toward zero
+    return whole > v ? whole - 1.0f : (whole == v ? v : whole);  // v itself keeps a zero's sign
 }
 
 inline float clamp01(float v) {

@@ -42,21 +42,30 @@ void evaluate(const NodeRun& run, Image& out) {
     const float aspect = rows / columns; // brick width in brick heights
     const int columnCount = bricks[0];
 
+    const auto leanOf = [&](float cell, int brickRow) {
+        const int column = wrapIndex(static_cast<int>(std::fmod(cell, columns)), columnCount);
+        return TileLean(hash3(seed, static_cast<uint32_t>(column), static_cast<uint32_t>(brickRow)),
+                        variation);
+    };
+
     generateRows(run, out, [&](int y, float* row) {
         const float by = pixelCentre(y, run.height) * rows;
         const int brickRow = static_cast<int>(by);
         const float fy = by - static_cast<float>(brickRow);
         const float edgeY = std::min(fy, 1.0f - fy);
         const float shift = (brickRow & 1) ? offset : 0.0f;
+        float brick = floorOf(pixelCentre(0, run.width) * columns - shift);
+        TileLean lean = leanOf(brick, brickRow);
         for (int x = 0; x < run.width; ++x) {
             const float bx = pixelCentre(x, run.width) * columns - shift;
-            const float cell = std::floor(bx);
+            const float cell = floorOf(bx);
+            if (cell != brick) {
+                brick = cell;
+                lean = leanOf(brick, brickRow);
+            }
             const float fx = bx - cell;
             const float edge = std::min(std::min(fx, 1.0f - fx) * aspect, edgeY);
-            const int column = wrapIndex(static_cast<int>(std::fmod(cell, columns)), columnCount);
-            const uint32_t h = hash3(seed, static_cast<uint32_t>(column), static_cast<uint32_t>(brickRow));
-            const float level = tiltedLevel(1.0f - variation * hashToUnit(h), tilt, h, fx, fy);
-            row[x] = level * bevelRise(edge, mortar, bevel);
+            row[x] = lean.at(tilt, fx, fy) * bevelRise(edge, mortar, bevel);
         }
     });
 }

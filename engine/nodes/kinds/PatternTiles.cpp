@@ -44,17 +44,22 @@ void evaluate(const NodeRun& run, Image& out) {
         const float ty = pixelCentre(y, run.height) * rows;
         const int tileRow = std::min(static_cast<int>(ty), tiles[1] - 1);
         const float qy = std::fabs((ty - static_cast<float>(tileRow) - 0.5f) * unit / rows) - halfY + radius;
+        int leaning = -1; // the column whose lean is at hand
+        TileLean lean(0u, variation);
         for (int x = 0; x < run.width; ++x) {
             const float tx = pixelCentre(x, run.width) * columns;
             const int column = std::min(static_cast<int>(tx), tiles[0] - 1);
+            if (column != leaning) {
+                leaning = column;
+                lean = TileLean(hash3(seed, static_cast<uint32_t>(column), static_cast<uint32_t>(tileRow)),
+                                variation);
+            }
             const float qx =
                 std::fabs((tx - static_cast<float>(column) - 0.5f) * unit / columns) - halfX + radius;
             const float ox = std::max(qx, 0.0f), oy = std::max(qy, 0.0f);
             const float edge = radius - std::sqrt(ox * ox + oy * oy) - std::min(std::max(qx, qy), 0.0f);
-            const uint32_t h = hash3(seed, static_cast<uint32_t>(column), static_cast<uint32_t>(tileRow));
             const float level =
-                tiltedLevel(1.0f - variation * hashToUnit(h), tilt, h, tx - static_cast<float>(column),
-                            ty - static_cast<float>(tileRow));
+                lean.at(tilt, tx - static_cast<float>(column), ty - static_cast<float>(tileRow));
             row[x] = level * bevelRise(edge, halfGap, bevel);
         }
     });
