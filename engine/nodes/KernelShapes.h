@@ -5,10 +5,12 @@
 // same whatever the thread count.
 #pragma once
 
+#include "engine/nodes/BilinearRow.h"
 #include "engine/nodes/NodeKind.h"
 #include "engine/nodes/Sampling.h"
 
 #include <algorithm>
+#include <array>
 #include <vector>
 
 namespace kvengine {
@@ -69,17 +71,17 @@ template <typename Coordinates>
 void resampleFilter(const NodeRun& run, Image& out, Coordinates&& coordinates) {
     const Image& in = run.input(0);
     const int width = run.width, height = run.height;
+    std::array<const float*, 4> planes{};
+    for (int c = 0; c < out.channels(); ++c)
+        planes[static_cast<size_t>(c)] = in.plane(c);
     run.parallel->run(height, [&](int y0, int y1) {
         std::vector<float> u(static_cast<size_t>(width)), v(u.size());
+        std::array<float*, 4> rows{};
         for (int y = y0; y < y1; ++y) {
             coordinates(y, u.data(), v.data());
-            for (int c = 0; c < out.channels(); ++c) {
-                const float* plane = in.plane(c);
-                float* dst = out.row(c, y);
-                for (int x = 0; x < width; ++x)
-                    dst[x] = sampleWrapped(plane, width, height, u[static_cast<size_t>(x)],
-                                           v[static_cast<size_t>(x)]);
-            }
+            for (int c = 0; c < out.channels(); ++c)
+                rows[static_cast<size_t>(c)] = out.row(c, y);
+            bilinearRow(planes.data(), rows.data(), out.channels(), width, height, u.data(), v.data(), width);
         }
     });
 }
