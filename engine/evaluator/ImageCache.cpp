@@ -1,11 +1,14 @@
 #include "engine/evaluator/ImageCache.h"
 
+#include "engine/nodes/PixelMemory.h"
+
 #include <algorithm>
 
 namespace kvengine {
 
 void ImageCache::setWorkingSet(uint32_t graph, size_t bytes) {
     workingSets_[graph] = bytes;
+    keepFreePixelsFor(budget());
 }
 
 size_t ImageCache::budget() const {

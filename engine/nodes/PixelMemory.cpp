@@ -77,6 +77,7 @@ struct BlockFreeList {
     BySize bySize;
     size_t bytes = 0;
     size_t longestRequest = 0;
+    size_t workingSet = 0; // the largest announced, within kPixelWorkingSetBytes
 
     void* take(size_t size) {
         std::lock_guard<std::mutex> lock(mutex);
@@ -118,6 +119,10 @@ struct BlockFreeList {
             unmapBlocks(memory, mapped);
     }
 
+    size_t budget() const {
+        return std::max({kPixelFreeListBytes, 2 * longestRequest, workingSet});
+    }
+
     void keep(void* memory, size_t size) noexcept {
         std::lock_guard<std::mutex> lock(mutex);
         keepLocked(static_cast<char*>(memory), size);
@@ -132,7 +137,7 @@ struct BlockFreeList {
     // Keeps the run, joined with its free neighbours, or unmaps it when the
     // list is full (or, in a deleter, memory for the list itself is short).
     void keepLocked(char* memory, size_t size) noexcept {
-        if (bytes + size > std::max(kPixelFreeListBytes, 2 * longestRequest)) {
+        if (bytes + size > budget()) {
             unmapBlocks(memory, size);
             return;
         }
@@ -296,6 +301,18 @@ size_t freePixelBytes() {
     BlockFreeList& list = blockFreeList();
     std::lock_guard<std::mutex> lock(list.mutex);
     return list.bytes;
+}
+
+void keepFreePixelsFor(size_t bytes) {
+    BlockFreeList& list = blockFreeList();
+    std::lock_guard<std::mutex> lock(list.mutex);
+    list.workingSet = std::max(list.workingSet, std::min(bytes, kPixelWorkingSetBytes));
+}
+
+size_t freePixelBudget() {
+    BlockFreeList& list = blockFreeList();
+    std::lock_guard<std::mutex> lock(list.mutex);
+    return list.budget();
 }
 
 size_t freePixelRuns() {

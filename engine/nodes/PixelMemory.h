@@ -40,9 +40,17 @@ constexpr size_t kPooledPixelBytes = size_t(64) << 10;
 // buffers are free: mip chains and small images come and go with every render.
 constexpr size_t kSparePixelBlocks = 4;
 // Bytes of free blocks kept for reuse, over all handles, or two of the
-// largest buffers requested when those are larger.
+// largest buffers requested, or the largest working set announced, when
+// those are larger.
 constexpr size_t kPixelFreeListBytes = size_t(64) << 20;
 
+// The most a render's working set raises the free list's budget to.
+constexpr size_t kPixelWorkingSetBytes = size_t(512) << 20;
+// A render holding this many bytes of images at once is under way: the free
+// list may keep as much (up to kPixelWorkingSetBytes), so that the next
+// render of that size, by this handle or by one that replaces it, finds
+// warm memory instead of faulting in fresh pages.
+void keepFreePixelsFor(size_t bytes);
 // An uninitialised buffer of at least bytes bytes, aligned for any vector
 // width; null when out of memory. Give it back with releasePixels(p, bytes).
 void* acquirePixels(size_t bytes);
@@ -50,6 +58,8 @@ void releasePixels(void* pixels, size_t bytes) noexcept;
 
 // Bytes of whole blocks currently waiting in the free list.
 size_t freePixelBytes();
+// What the free list may hold now.
+size_t freePixelBudget();
 // Separate runs of free blocks: neighbours join, so a run split for a short
 // request serves a long one again once both parts are free.
 size_t freePixelRuns();

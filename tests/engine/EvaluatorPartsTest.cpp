@@ -188,13 +188,21 @@ TEST(PixelMemory, LargeBuffersAreRecycledAndTheFreeListIsBounded) {
     void* second = acquirePixels(bytes); // same rounded size: the same warm buffer
     EXPECT_EQ(second, first);
     releasePixels(second, bytes);
+    // A working set announced raises the budget, up to its own cap.
+    const size_t budget = freePixelBudget();
+    EXPECT_GE(budget, kPixelFreeListBytes);
+    keepFreePixelsFor(budget + kPixelBlockBytes);
+    EXPECT_EQ(freePixelBudget(),
+              std::min(budget + kPixelBlockBytes, std::max(budget, kPixelWorkingSetBytes)));
+    keepFreePixelsFor(size_t(1) << 40);
+    EXPECT_EQ(freePixelBudget(), std::max(budget, kPixelWorkingSetBytes));
     // Releasing far more than the budget keeps no more than the budget.
     std::vector<void*> many;
-    for (size_t held = 0; held < 2 * kPixelFreeListBytes; held += bytes)
+    for (size_t held = 0; held < 2 * freePixelBudget(); held += bytes)
         many.push_back(acquirePixels(bytes));
     for (void* buffer : many)
         releasePixels(buffer, bytes);
-    EXPECT_LE(freePixelBytes(), kPixelFreeListBytes);
+    EXPECT_LE(freePixelBytes(), freePixelBudget());
     // A size the free buffers cannot serve makes them give back at least as much as it maps.
     const size_t held = freePixelBytes();
     ASSERT_GE(held, 2 * kPixelBlockBytes);
