@@ -27,6 +27,20 @@ NodeKindInfo table() {
                 "how far each brick leans, lower on one side, in a random direction");
 }
 
+// The first pixel past `begin` whose brick is not `brick`, given where the
+// brick ends (`right`, in texture units): a guess from there, then moved
+// until it agrees with the brick each pixel finds for itself.
+template <typename BrickCoordinate>
+int brickEnd(int begin, float brick, const BrickCoordinate& bxAt, int width, float right) {
+    const float guess = right * static_cast<float>(width) - 0.5f;
+    int end = guess >= static_cast<float>(width) ? width : std::max(begin + 1, static_cast<int>(guess));
+    while (end > begin + 1 && floorOf(bxAt(end - 1)) != brick)
+        --end;
+    while (end < width && floorOf(bxAt(end)) == brick)
+        ++end;
+    return end;
+}
+
 // Every other row shifted by `offset` of a brick. 0 in the mortar, rising
 // over the bevel to the brick's own level, which varies per brick.
 void evaluate(const NodeRun& run, Image& out) {
@@ -54,18 +68,17 @@ void evaluate(const NodeRun& run, Image& out) {
         const float fy = by - static_cast<float>(brickRow);
         const float edgeY = std::min(fy, 1.0f - fy);
         const float shift = (brickRow & 1) ? offset : 0.0f;
-        float brick = floorOf(pixelCentre(0, run.width) * columns - shift);
-        TileLean lean = leanOf(brick, brickRow);
-        for (int x = 0; x < run.width; ++x) {
-            const float bx = pixelCentre(x, run.width) * columns - shift;
-            const float cell = floorOf(bx);
-            if (cell != brick) {
-                brick = cell;
-                lean = leanOf(brick, brickRow);
+        const auto bxAt = [&](int x) { return pixelCentre(x, run.width) * columns - shift; };
+        // A brick at a time: its hash once, then a loop the compiler vectorises.
+        for (int x = 0; x < run.width;) {
+            const float brick = floorOf(bxAt(x));
+            const int end = brickEnd(x, brick, bxAt, run.width, (brick + 1.0f + shift) / columns);
+            const TileLean lean = leanOf(brick, brickRow);
+            for (; x < end; ++x) {
+                const float fx = bxAt(x) - brick;
+                const float edge = std::min(std::min(fx, 1.0f - fx) * aspect, edgeY);
+                row[x] = lean.at(tilt, fx, fy) * bevelRise(edge, mortar, bevel);
             }
-            const float fx = bx - cell;
-            const float edge = std::min(std::min(fx, 1.0f - fx) * aspect, edgeY);
-            row[x] = lean.at(tilt, fx, fy) * bevelRise(edge, mortar, bevel);
         }
     });
 }
