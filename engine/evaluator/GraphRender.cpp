@@ -370,12 +370,12 @@ private:
                 return failure(SubstanceStatus_OutOfMemory, outputPlace(graph_, request.output) +
                                                                 ": no memory for a texture of " +
                                                                 std::to_string(bytes) + " bytes");
+            const bool again = context_.kept->delivered(keptSlot(request), textureKey(request));
             if (kept_[r].bytes) {
                 copyBytes(kept_[r].bytes, buffer, bytes);
             } else {
                 writeTexture(*plans_[node].result, format, levels, buffer, *context_.parallel);
-                // Asked for again unchanged (its node came from the cache): worth keeping.
-                if (!plans_[node].compute)
+                if (again)
                     context_.kept->keep(keptSlot(request), textureKey(request), buffer, bytes,
                                         context_.cache->budget() / 4);
             }

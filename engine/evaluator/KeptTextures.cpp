@@ -13,6 +13,15 @@ KeptTextures::Texture KeptTextures::find(uint64_t slot, uint64_t key) {
     return {it->second.pixels.get(), it->second.size};
 }
 
+bool KeptTextures::delivered(uint64_t slot, uint64_t key) {
+    auto [it, added] = lastDelivered_.emplace(slot, key);
+    if (added)
+        return false;
+    const bool again = it->second == key;
+    it->second = key;
+    return again;
+}
+
 void KeptTextures::drop(std::unordered_map<uint64_t, Entry>::iterator entry) {
     bytes_ -= entry->second.size;
     recency_.erase(entry->second.recency);
@@ -45,6 +54,7 @@ bool KeptTextures::keep(uint64_t slot, uint64_t key, const void* bytes, size_t s
 
 void KeptTextures::clear() {
     entries_.clear();
+    lastDelivered_.clear();
     recency_.clear();
     bytes_ = 0;
 }

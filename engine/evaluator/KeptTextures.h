@@ -3,8 +3,9 @@
 // a script calling render twice) would otherwise convert and mip an output
 // that did not change: at 2048 that costs more than the nodes that did.
 //
-// A texture is kept only once its output is asked for again under the same
-// key: the first conversion after a change is not copied, so an edit pays
+// A texture is kept only once its output is delivered twice in a row under
+// the same key: the first conversion after a change is not copied, nor are
+// those of a host flipping between two cached values, so an edit pays
 // nothing for a reuse that may never come. One texture per output slot;
 // past the byte budget the least recently used goes.
 #pragma once
@@ -27,6 +28,9 @@ public:
 
     // The texture kept for slot under key; bytes is null when there is none.
     Texture find(uint64_t slot, uint64_t key);
+    // Notes that slot's texture was delivered under key; true when the one
+    // delivered before it had the same key (worth keeping).
+    bool delivered(uint64_t slot, uint64_t key);
     // Keeps a copy of a texture just delivered for slot under key, within
     // budgetBytes over every slot; false when it does not fit or memory is short.
     bool keep(uint64_t slot, uint64_t key, const void* bytes, size_t size, size_t budgetBytes);
@@ -46,6 +50,7 @@ private:
     size_t bytes_ = 0;
     std::list<uint64_t> recency_; // slots, most recent first
     std::unordered_map<uint64_t, Entry> entries_;
+    std::unordered_map<uint64_t, uint64_t> lastDelivered_; // slot -> key
 };
 
 } // namespace kvengine

@@ -152,6 +152,17 @@ TEST(ImageCache, BudgetIsAnEighthOverEveryGraphsCompleteRender) {
     EXPECT_NE(cache.find(18), nullptr); // the most recent survive
 }
 
+TEST(KeptTextures, WorthKeepingOnlyWhenDeliveredTwiceInARow) {
+    KeptTextures kept;
+    EXPECT_FALSE(kept.delivered(/*slot*/ 1, /*key*/ 10)); // first render
+    EXPECT_TRUE(kept.delivered(1, 10));                   // asked again unchanged
+    EXPECT_FALSE(kept.delivered(1, 11));                  // a host flipping between two values
+    EXPECT_FALSE(kept.delivered(1, 10));
+    EXPECT_FALSE(kept.delivered(2, 10)); // slots are apart
+    kept.clear();
+    EXPECT_FALSE(kept.delivered(1, 10));
+}
+
 TEST(KeptTextures, OneTexturePerSlotUnderItsKeyWithinTheBudget) {
     KeptTextures kept;
     const std::vector<unsigned char> a(1000, 1), b(1000, 2), c(600, 3);
