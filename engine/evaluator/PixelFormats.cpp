@@ -84,11 +84,25 @@ void writeRow(const TexelFormat& format, const float* const input[4], int width,
         interleaveRow<uint8_t>(rgba, format.channels, width, out, StoreUnit8());
 }
 
+// Below this many texels a level is converted or halved on the calling
+// thread: waking the pool costs more than the work (the last ten levels of
+// a mip chain were a third of a gray output's conversion with two threads).
+constexpr size_t kParallelTexels = size_t(1) << 16;
+
+// body(y0, y1) over the rows of a width x height level, on the pool when it is large enough.
+template <typename Body>
+void forRows(const Parallel& parallel, int width, int height, Body&& body) {
+    if (static_cast<size_t>(width) * static_cast<size_t>(height) < kParallelTexels)
+        body(0, height);
+    else
+        parallel.run(height, body);
+}
+
 void writeLevel(const Image& image, const TexelFormat& format, unsigned char* buffer,
                 const Parallel& parallel) {
     const int width = image.width();
     const size_t rowBytes = static_cast<size_t>(width) * format.texelBytes();
-    parallel.run(image.height(), [&](int y0, int y1) {
+    forRows(parallel, width, image.height(), [&](int y0, int y1) {
         std::vector<float> luma;
         for (int y = y0; y < y1; ++y) {
             const float* rows[4] = {nullptr, nullptr, nullptr, nullptr};
@@ -122,7 +136,7 @@ Image halve(const Image& in, const Parallel& parallel) {
     // the width is even and the height above one, as at every level of a
     // power-of-two texture but the last.
     const int inside = stepX && stepY && in.width() % 2 == 0 ? width : 0;
-    parallel.run(height, [&](int y0, int y1) {
+    forRows(parallel, width, height, [&](int y0, int y1) {
         for (int c = 0; c < in.channels(); ++c)
             for (int y = y0; y < y1; ++y) {
                 const float* top = in.row(c, std::min(2 * y, in.height() - 1));
