@@ -8,7 +8,6 @@
 #include <pybind11/stl.h>
 
 #include <cmath>
-#include <cstring>
 
 namespace py = pybind11;
 
@@ -105,13 +104,17 @@ py::object texture(Material& material) {
     if (texture.bytes == nullptr) {
         return py::none();
     }
-    // One copy, straight into the array: fresh memory costs a page fault per page to touch.
-    py::array array = newArray(texture.shape);
-    void* destination = array.mutable_data();
-    {
-        py::gil_scoped_release release;
-        std::memcpy(destination, texture.bytes, texture.shape.byteCount());
-    }
+    // The library's image itself, kept alive by the array: a copy into fresh
+    // memory cost a page fault per page, more than the rest of a first
+    // texture's Python side. Read-only, because the material hands the same
+    // image out again while nothing changes.
+    using Image = kv::TempReference<ilSIDImage>;
+    auto* owner = new Image(std::move(texture.image));
+    const py::capsule base(owner, [](void* image) { delete static_cast<Image*>(image); });
+    const py::ssize_t width = texture.shape.width, height = texture.shape.height;
+    py::array array(py::dtype::of<std::uint8_t>(), {height, width, py::ssize_t{4}},
+                    {width * 4, py::ssize_t{4}, py::ssize_t{1}}, texture.bytes, base);
+    array.attr("setflags")(py::arg("write") = false);
     return std::move(array);
 }
 
@@ -226,7 +229,9 @@ ones. Only what changed since the last render is recomputed. The GIL is
 released while the engine works.)doc")
         .def("texture", texture, R"doc(The material's texture as the library's texture call gives it:
 the output "Output" as a uint8 array (height, width, 4), rendered if
-anything changed; None when the material has no such output.)doc")
+anything changed; None when the material has no such output. The array is
+a read-only view of the library's image, which the material hands out
+again while nothing changes; copy it to edit it.)doc")
         .def("__repr__", [](const Material& m) {
             return text("<kvsubstance.Material " + m.model().getPackageURL().str() + ">");
         });

@@ -77,13 +77,21 @@ def test_the_texture_is_the_output_called_output(stone):
     assert not np.array_equal(texture, stone.texture())
 
 
-def test_each_texture_array_is_the_callers_own(stone):
-    # Unchanged, the library hands back the image it kept: the arrays must not share it.
+def test_the_texture_is_a_read_only_view_that_outlives_later_renders(stone):
+    # The library's own image, shared with the material's cached texture: not to be edited in place.
     first = stone.texture()
+    assert not first.flags.writeable
+    with pytest.raises(ValueError):
+        first[...] = 0
     kept = first.copy()
-    first[...] = 0
-    assert np.array_equal(stone.texture(), kept)
-    assert not np.shares_memory(first, stone.texture())
+    kept[...] = 0  # a copy is the caller's own
+    assert np.array_equal(stone.texture(), first)
+    # A later render makes a new image; the array keeps the old one alive and unchanged.
+    before = first.copy()
+    stone.inputs["wear"].value = 0.9
+    assert not np.array_equal(stone.texture(), before)
+    del stone
+    assert np.array_equal(first, before)
 
 
 def test_other_threads_run_while_the_engine_works(stone):
