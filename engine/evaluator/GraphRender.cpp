@@ -203,11 +203,11 @@ private:
             plan.key = key.hash;
         }
         // An output whose texture is kept needs nothing computed, not even its own node.
-        kept_.assign(requests_.size(), {nullptr, 0});
+        kept_.assign(requests_.size(), {});
         for (size_t r = 0; r < requests_.size(); ++r) {
             kept_[r] = context_.kept->find(keptSlot(requests_[r]), textureKey(requests_[r]));
             if (kept_[r].size != textureBytesOf(requests_[r]))
-                kept_[r] = {nullptr, 0};
+                kept_[r] = {};
             if (!kept_[r].bytes)
                 plans_[graph_.outputs[requests_[r].output].node].wanted = true;
         }
@@ -372,7 +372,7 @@ private:
                                                                 std::to_string(bytes) + " bytes");
             const bool again = context_.kept->delivered(keptSlot(request), textureKey(request));
             if (kept_[r].bytes) {
-                copyBytes(kept_[r].bytes, buffer, bytes);
+                copyBytes(kept_[r].bytes.get(), buffer, bytes);
             } else {
                 writeTexture(*plans_[node].result, format, levels, buffer, *context_.parallel);
                 if (again)

@@ -8,9 +8,9 @@ namespace kvengine {
 KeptTextures::Texture KeptTextures::find(uint64_t slot, uint64_t key) {
     auto it = entries_.find(slot);
     if (it == entries_.end() || it->second.key != key)
-        return {nullptr, 0};
+        return {};
     recency_.splice(recency_.begin(), recency_, it->second.recency);
-    return {it->second.pixels.get(), it->second.size};
+    return {it->second.pixels, it->second.size};
 }
 
 bool KeptTextures::delivered(uint64_t slot, uint64_t key) {
@@ -38,11 +38,14 @@ bool KeptTextures::keep(uint64_t slot, uint64_t key, const void* bytes, size_t s
         drop(entries_.find(recency_.back()));
     Entry entry;
     try {
-        entry.pixels = makePixelBuffer(size);
+        PixelBuffer pixels = makePixelBuffer(size);
+        std::memcpy(pixels.get(), bytes, size);
+        // Should making the shared owner throw, it frees the pixels itself.
+        entry.pixels = std::shared_ptr<const void>(
+            pixels.release(), [size](const void* kept) { releasePixels(const_cast<void*>(kept), size); });
     } catch (const std::bad_alloc&) {
         return false; // a reuse lost, nothing else
     }
-    std::memcpy(entry.pixels.get(), bytes, size);
     entry.key = key;
     entry.size = size;
     recency_.push_front(slot);

@@ -15,15 +15,18 @@
 #include <cstddef>
 #include <cstdint>
 #include <list>
+#include <memory>
 #include <unordered_map>
 
 namespace kvengine {
 
 class KeptTextures {
 public:
+    // Shared, so that a render holding a texture it found keeps it alive even
+    // when keeping another one drops it from the store meanwhile.
     struct Texture {
-        const void* bytes;
-        size_t size;
+        std::shared_ptr<const void> bytes;
+        size_t size = 0;
     };
 
     // The texture kept for slot under key; bytes is null when there is none.
@@ -41,7 +44,7 @@ public:
 private:
     struct Entry {
         uint64_t key = 0;
-        PixelBuffer pixels;
+        std::shared_ptr<const void> pixels;
         size_t size = 0;
         std::list<uint64_t>::iterator recency;
     };

@@ -172,10 +172,14 @@ TEST(KeptTextures, OneTexturePerSlotUnderItsKeyWithinTheBudget) {
     const KeptTextures::Texture first = kept.find(1, 10); // slot 1 is now the most recent
     ASSERT_NE(first.bytes, nullptr);
     EXPECT_EQ(first.size, a.size());
-    EXPECT_EQ(static_cast<const unsigned char*>(first.bytes)[999], 1);
-    // A third texture does not fit beside both: the least recent (slot 2) goes.
+    EXPECT_EQ(static_cast<const unsigned char*>(first.bytes.get())[999], 1);
+    // A third texture does not fit beside both: the least recent (slot 2) goes,
+    // though a render that found it holds it until done.
+    const KeptTextures::Texture held = kept.find(2, 20);
+    kept.find(1, 10);
     ASSERT_TRUE(kept.keep(3, 30, c.data(), c.size(), 2000));
     EXPECT_EQ(kept.find(2, 20).bytes, nullptr);
+    EXPECT_EQ(static_cast<const unsigned char*>(held.bytes.get())[999], 2);
     EXPECT_NE(kept.find(1, 10).bytes, nullptr);
     EXPECT_EQ(kept.bytes(), a.size() + c.size());
     // A new texture for a slot supersedes its old one even when it cannot be kept.
