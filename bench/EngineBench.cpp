@@ -48,6 +48,18 @@ const std::vector<char>& stoneTiles(std::string& error) {
     return assembly;
 }
 
+// Runs body with the sample's assembly, or skips the benchmark with the reason it could not be made.
+template <typename Body>
+void withStoneTiles(benchmark::State& state, Body&& body) {
+    std::string error;
+    const std::vector<char>& assembly = stoneTiles(error);
+    if (assembly.empty()) {
+        state.SkipWithError(error.c_str());
+        return;
+    }
+    body(assembly);
+}
+
 std::vector<char> fbmAssembly() {
     kvtest::GraphBuilder b("pkg://bench/fbm", 1);
     b.addInput("$outputsize", kvengine::InputType::Integer2);
@@ -123,13 +135,7 @@ void renderAll(benchmark::State& state, const std::vector<char>& assembly) {
 }
 
 void StoneTiles(benchmark::State& state) {
-    std::string error;
-    const std::vector<char>& assembly = stoneTiles(error);
-    if (assembly.empty()) {
-        state.SkipWithError(error.c_str());
-        return;
-    }
-    renderAll(state, assembly);
+    withStoneTiles(state, [&](const std::vector<char>& assembly) { renderAll(state, assembly); });
 }
 BENCHMARK(StoneTiles)->Arg(10)->Arg(11)->Unit(benchmark::kMillisecond)->UseRealTime();
 
@@ -168,29 +174,21 @@ void renderAgain(benchmark::State& state, const std::vector<char>& assembly,
 // Tweaking one input of a loaded material: only the nodes downstream of it
 // are computed again, the rest comes from the engine's cache.
 void StoneTilesTweak(benchmark::State& state) {
-    std::string error;
-    const std::vector<char>& assembly = stoneTiles(error);
-    if (assembly.empty()) {
-        state.SkipWithError(error.c_str());
-        return;
-    }
     float roughness = 0.5f;
-    renderAgain(state, assembly, [&](SubstanceHandle* handle) {
-        roughness = roughness == 0.5f ? 0.6f : 0.5f;
-        return pushInput(handle, "roughness", SubstanceInputType_Float, &roughness);
+    withStoneTiles(state, [&](const std::vector<char>& assembly) {
+        renderAgain(state, assembly, [&](SubstanceHandle* handle) {
+            roughness = roughness == 0.5f ? 0.6f : 0.5f;
+            return pushInput(handle, "roughness", SubstanceInputType_Float, &roughness);
+        });
     });
 }
 BENCHMARK(StoneTilesTweak)->Arg(10)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // Asking again with nothing changed: every output is a kept texture.
 void StoneTilesUnchanged(benchmark::State& state) {
-    std::string error;
-    const std::vector<char>& assembly = stoneTiles(error);
-    if (assembly.empty()) {
-        state.SkipWithError(error.c_str());
-        return;
-    }
-    renderAgain(state, assembly, [](SubstanceHandle*) { return true; });
+    withStoneTiles(state, [&](const std::vector<char>& assembly) {
+        renderAgain(state, assembly, [](SubstanceHandle*) { return true; });
+    });
 }
 BENCHMARK(StoneTilesUnchanged)->Arg(10)->Arg(11)->Unit(benchmark::kMillisecond)->UseRealTime();
 
@@ -217,13 +215,7 @@ void Fbm8OctavesNewSeed(benchmark::State& state) {
 BENCHMARK(Fbm8OctavesNewSeed)->Arg(11)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 void StoneTilesNewSeed(benchmark::State& state) {
-    std::string error;
-    const std::vector<char>& assembly = stoneTiles(error);
-    if (assembly.empty()) {
-        state.SkipWithError(error.c_str());
-        return;
-    }
-    newSeedEachTime(state, assembly);
+    withStoneTiles(state, [&](const std::vector<char>& assembly) { newSeedEachTime(state, assembly); });
 }
 BENCHMARK(StoneTilesNewSeed)->Arg(10)->Arg(11)->Unit(benchmark::kMillisecond)->UseRealTime();
 

@@ -204,8 +204,10 @@ private:
         }
         // An output whose texture is kept needs nothing computed, not even its own node.
         kept_.assign(requests_.size(), {});
+        textureKeys_.resize(requests_.size());
         for (size_t r = 0; r < requests_.size(); ++r) {
-            kept_[r] = context_.kept->find(keptSlot(requests_[r]), textureKey(requests_[r]));
+            textureKeys_[r] = textureKey(requests_[r]);
+            kept_[r] = context_.kept->find(keptSlot(requests_[r]), textureKeys_[r]);
             if (kept_[r].size != textureBytesOf(requests_[r]))
                 kept_[r] = {};
             if (!kept_[r].bytes)
@@ -370,13 +372,13 @@ private:
                 return failure(SubstanceStatus_OutOfMemory, outputPlace(graph_, request.output) +
                                                                 ": no memory for a texture of " +
                                                                 std::to_string(bytes) + " bytes");
-            const bool again = context_.kept->delivered(keptSlot(request), textureKey(request));
+            const bool again = context_.kept->delivered(keptSlot(request), textureKeys_[r]);
             if (kept_[r].bytes) {
                 copyBytes(kept_[r].bytes.get(), buffer, bytes);
             } else {
                 writeTexture(*plans_[node].result, format, levels, buffer, *context_.parallel);
                 if (again)
-                    context_.kept->keep(keptSlot(request), textureKey(request), buffer, bytes,
+                    context_.kept->keep(keptSlot(request), textureKeys_[r], buffer, bytes,
                                         context_.cache->budget() / 4);
             }
             SubstanceTexture texture{};
@@ -412,6 +414,7 @@ private:
     std::vector<int> channels_; // per node, for the nodes some output needs
     std::map<float, std::shared_ptr<const Image>> constants_;
     std::vector<KeptTextures::Texture> kept_; // per request; bytes null: convert
+    std::vector<uint64_t> textureKeys_;       // per request
     int width_ = 0;
     int height_ = 0;
     uint32_t seed_ = 0;
