@@ -11,8 +11,12 @@ target_link_libraries(kv_tinyxml INTERFACE PkgConfig::TINYXML)
 target_compile_definitions(kv_tinyxml INTERFACE TIXML_USE_STL)
 
 pkg_check_modules(LIBZIP REQUIRED IMPORTED_TARGET libzip)
-# Highway: SIMD kernels written once, dispatched at run time to the CPU's best target.
-pkg_check_modules(HWY REQUIRED IMPORTED_TARGET libhwy)
+# Highway: SIMD kernels written once, dispatched at run time to the CPU's best
+# target. Its headers only: engine/nodes/SimdRuntime.cpp tells dispatch which
+# targets the CPU runs, in place of Highway's shared library.
+pkg_check_modules(HWY REQUIRED libhwy)
+add_library(kv_highway INTERFACE)
+target_include_directories(kv_highway SYSTEM INTERFACE ${HWY_INCLUDE_DIRS})
 find_package(PNG REQUIRED)
 find_package(nlohmann_json 3 REQUIRED)
 find_package(OpenEXR 3 CONFIG REQUIRED)
