@@ -1,7 +1,9 @@
-// kvs view: shows a material in the browser and re-renders it through the
-// library on every change; a package source is compiled again on each save.
+// kvs view, as the viewer's executable runs it: shows a material in the
+// browser and re-renders it through the library on every change; a package
+// source is compiled again on each save.
 #include "tools/kvs/BudgetOptions.h"
 #include "tools/kvs/Cli.h"
+#include "tools/kvs/ViewCommandSpec.h"
 #include "tools/kvs/viewer/ViewServer.h"
 
 #include <atomic>
@@ -54,27 +56,7 @@ int runView(const ParsedArgs& args) {
     return 0;
 }
 
-std::vector<OptionSpec> viewOptions() {
-    std::vector<OptionSpec> options = {
-        {"--stack", "TOP.mpk", "a package to stack on top of the material"},
-        {"--port", "N", "the port to listen on (default 8780; 0 picks a free one)"},
-        {"--bind", "ADDRESS", "the address to listen on (default 127.0.0.1, this machine only)"}};
-    const std::vector<OptionSpec> budget = budgetOptions();
-    options.insert(options.end(), budget.begin(), budget.end());
-    return options;
-}
-
-const CommandRegistration registration({
-    "view",
-    "show a material in the browser, re-rendered on every change",
-    "PACKAGE.mpk | SOURCE.json",
-    viewOptions(),
-    runView,
-    "Open the address it prints. Every input has a widget; each change renders every output\n"
-    "again through the library and shows it, with a lit preview on a plane and a sphere.\n"
-    "A package source (.json) is compiled again whenever it is saved; its compile error\n"
-    "shows on the page until the source compiles.",
-});
+const CommandRegistration registration(viewCommand(runView));
 
 } // namespace
 
