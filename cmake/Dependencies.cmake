@@ -18,6 +18,8 @@ pkg_check_modules(HWY REQUIRED libhwy)
 add_library(kv_highway INTERFACE)
 target_include_directories(kv_highway SYSTEM INTERFACE ${HWY_INCLUDE_DIRS})
 find_package(PNG REQUIRED)
+# libdeflate: the fastest whole-buffer DEFLATE, for the PNG files kvs writes.
+pkg_check_modules(LIBDEFLATE REQUIRED IMPORTED_TARGET libdeflate)
 find_package(nlohmann_json 3 REQUIRED)
 find_package(OpenEXR 3 CONFIG REQUIRED)
 

@@ -8,7 +8,7 @@ packages=(
     clang libclang-rt-dev
     libtinyxml-dev
     libboost-dev libboost-thread-dev libboost-system-dev
-    libzip-dev zlib1g-dev libpng-dev libopenexr-dev
+    libzip-dev zlib1g-dev libpng-dev libdeflate-dev libopenexr-dev
     nlohmann-json3-dev
     libgtest-dev libgmock-dev libbenchmark-dev libgegl-dev
     libhwy-dev
