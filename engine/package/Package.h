@@ -17,9 +17,9 @@ struct PackageContents {
 
 // Published limits of the container.
 struct PackageLimits {
-    static constexpr size_t maxPackageBytes = 256u << 20;     // the whole file
-    static constexpr size_t maxDescriptionBytes = 16u << 20;  // description.xml inflated
-    static constexpr size_t maxAssemblyBytes = 64u << 20;     // assembly.bin inflated
+    static constexpr size_t maxPackageBytes = 256u << 20;    // the whole file
+    static constexpr size_t maxDescriptionBytes = 16u << 20; // description.xml inflated
+    static constexpr size_t maxAssemblyBytes = 64u << 20;    // assembly.bin inflated
     static constexpr size_t maxEntries = 64;
 };
 

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 #include <string>
 
 using namespace kvengine;
@@ -55,6 +56,71 @@ TEST(Package, RoundTripIsExactAndReproducible) {
     EXPECT_EQ(back.description, contents.description);
     EXPECT_EQ(back.assembly, contents.assembly);
     EXPECT_EQ(writePackage(contents), bytes);
+}
+
+TEST(Package, AnotherZipImplementationReadsWhatTheWriterWrites) {
+    const PackageContents contents = sampleContents();
+    const std::vector<kvtest::ZipEntry> entries = kvtest::readZip(writePackage(contents));
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_EQ(entries[0].name, "description.xml");
+    EXPECT_EQ(entries[0].content, contents.description);
+    EXPECT_EQ(entries[1].name, "assembly.bin");
+    EXPECT_EQ(entries[1].content, assemblyText());
+
+    // Both of libzip's methods, and empty entries, read back.
+    for (bool stored : {false, true}) {
+        PackageContents out;
+        const std::vector<char> bytes = buildZip({{"description.xml", kDescription, stored},
+                                                  {"assembly.bin", assemblyText(), stored},
+                                                  {"empty", "", stored}});
+        ASSERT_EQ(readPackage(bytes.data(), bytes.size(), out), SubstanceStatus_Ok) << "stored " << stored;
+        EXPECT_EQ(out.description, kDescription);
+        EXPECT_EQ(std::string(out.assembly.begin(), out.assembly.end()), assemblyText());
+    }
+}
+
+TEST(Package, RejectsHeadersThatContradictTheDirectoryOrTheData) {
+    const std::string marker = "MARKER-MARKER-MARKER";
+    const std::vector<char> good =
+        buildZip({{"description.xml", marker, true}, {"assembly.bin", assemblyText()}});
+    ASSERT_EQ(read(good), SubstanceStatus_Ok);
+    const auto statusOf = [&](const std::function<void(std::vector<char>&)>& damage) {
+        std::vector<char> bytes = good;
+        damage(bytes);
+        PackageContents out;
+        const Status status = readPackage(bytes.data(), bytes.size(), out);
+        EXPECT_EQ(status.reason().rfind("package: ", 0), 0u) << status;
+        return status.code();
+    };
+    // The local header's name, and only that one (the directory's comes later).
+    EXPECT_EQ(statusOf([](std::vector<char>& b) {
+                  const std::string name = "description.xml";
+                  *std::search(b.begin(), b.end(), name.begin(), name.end()) = 'D';
+              }),
+              SubstanceStatus_InvalidData);
+    // The stored entry declares one byte more, or one byte less, than it holds.
+    const uint32_t real = static_cast<uint32_t>(marker.size());
+    for (uint32_t declared : {real + 1, real - 1}) {
+        EXPECT_EQ(statusOf([&](std::vector<char>& b) {
+                      patchAll(b,
+                               std::string(reinterpret_cast<const char*>(&real), 4) +
+                                   std::string(reinterpret_cast<const char*>(&real), 4),
+                               std::string(reinterpret_cast<const char*>(&declared), 4) +
+                                   std::string(reinterpret_cast<const char*>(&declared), 4));
+                  }),
+                  SubstanceStatus_InvalidData)
+            << declared;
+    }
+    // Every entry marked encrypted.
+    EXPECT_EQ(statusOf([](std::vector<char>& b) {
+                  for (const char* signature : {"PK\x03\x04", "PK\x01\x02"}) {
+                      const std::string s(signature, 4);
+                      for (auto it = b.begin();
+                           (it = std::search(it, b.end(), s.begin(), s.end())) != b.end(); it += 4)
+                          it[s == "PK\x03\x04" ? 6 : 8] |= 1;
+                  }
+              }),
+              SubstanceStatus_InvalidData);
 }
 
 TEST(Package, ExtraEntriesWithSafeNamesAreIgnored) {

@@ -37,4 +37,35 @@ std::vector<char> buildZip(const std::vector<ZipEntry>& entries) {
     return bytes;
 }
 
+std::vector<ZipEntry> readZip(const std::vector<char>& bytes) {
+    zip_error_t error;
+    zip_error_init(&error);
+    zip_source_t* source = zip_source_buffer_create(bytes.data(), bytes.size(), 0, &error);
+    zip_t* archive = source ? zip_open_from_source(source, ZIP_RDONLY | ZIP_CHECKCONS, &error) : nullptr;
+    zip_error_fini(&error);
+    if (archive == nullptr) {
+        zip_source_free(source);
+        throw std::runtime_error("libzip cannot open the archive");
+    }
+    std::vector<ZipEntry> entries;
+    for (zip_int64_t i = 0; i < zip_get_num_entries(archive, 0); ++i) {
+        zip_stat_t stat;
+        zip_file_t* file = zip_fopen_index(archive, static_cast<zip_uint64_t>(i), 0);
+        if (file == nullptr || zip_stat_index(archive, static_cast<zip_uint64_t>(i), 0, &stat) != 0) {
+            zip_discard(archive);
+            throw std::runtime_error("libzip cannot read an entry");
+        }
+        std::string content(stat.size, '\0');
+        const zip_int64_t got = zip_fread(file, content.data(), content.size());
+        zip_fclose(file);
+        if (got != static_cast<zip_int64_t>(content.size())) {
+            zip_discard(archive);
+            throw std::runtime_error("libzip read a short entry");
+        }
+        entries.push_back({stat.name, content, stat.comp_method == ZIP_CM_STORE});
+    }
+    zip_discard(archive);
+    return entries;
+}
+
 } // namespace kvtest

@@ -1,5 +1,6 @@
-// Builds arbitrary ZIP archives in memory for the package tests, including
-// ones the package writer would never produce.
+// Builds and reads ZIP archives in memory with libzip for the package tests,
+// including archives the package writer would never produce: the package
+// reader and writer meet another implementation's files.
 #pragma once
 
 #include <string>
@@ -15,5 +16,8 @@ struct ZipEntry {
 };
 
 std::vector<char> buildZip(const std::vector<ZipEntry>& entries);
+
+// Every entry of an archive, in order, as libzip reads it; throws when it cannot.
+std::vector<ZipEntry> readZip(const std::vector<char>& bytes);
 
 } // namespace kvtest
