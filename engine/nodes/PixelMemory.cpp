@@ -7,7 +7,6 @@
 #include <map>
 #include <mutex>
 #include <new>
-#include <unordered_map>
 #include <vector>
 
 #if defined(__unix__) || defined(__APPLE__)
@@ -20,9 +19,6 @@ namespace kvengine {
 namespace {
 
 constexpr size_t kLargestPiece = kPixelBlockBytes / 2;
-constexpr int kPieceClasses = 5; // 64 KiB, 128 KiB, ... 1 MiB
-static_assert((kPooledPixelBytes << (kPieceClasses - 1)) == kLargestPiece,
-              "piece classes end at half a block");
 
 size_t mappedSize(size_t bytes) {
     return (bytes + kPixelBlockBytes - 1) / kPixelBlockBytes * kPixelBlockBytes;
@@ -188,81 +184,87 @@ void releaseBlocks(void* memory, size_t size) noexcept {
     blockFreeList().keep(memory, size);
 }
 
-int pieceClass(size_t bytes) {
-    int c = 0;
-    while ((kPooledPixelBytes << c) < bytes)
-        ++c;
-    return c;
+// Pieces are runs of 64 KiB units: a block holds 32 of them.
+constexpr size_t kUnitsPerBlock = kPixelBlockBytes / kPooledPixelBytes;
+static_assert(kUnitsPerBlock == 32, "a block's units fit one 32-bit mask");
+
+static_assert(kLargestPiece / kPooledPixelBytes < 32, "a piece's units shift within the mask");
+
+// The units a buffer takes: its size rounded up to a power of two, as a mask
+// of that many low bits.
+uint32_t pieceRun(size_t bytes, uint32_t& units) {
+    units = 1;
+    while (kPooledPixelBytes * units < bytes)
+        units *= 2;
+    return (1u << units) - 1;
 }
 
 uintptr_t blockOf(const void* piece) {
     return reinterpret_cast<uintptr_t>(piece) & ~uintptr_t(kPixelBlockBytes - 1);
 }
 
-// Buffers of a power-of-two size cut from blocks, one size per block. A
-// block whose pieces are all free stays carved while the empty blocks are
-// few (kSparePixelBlocks); past that it goes back to the block free list.
+// Buffers of a power-of-two size cut from shared blocks, each aligned to its
+// own size within its block, so that pieces of every size pack into the
+// fewest blocks: a small render faults in a few huge pages, not one per size
+// it uses. The lowest free place of the lowest block comes first. A block
+// whose pieces are all free stays carved while the empty blocks are few
+// (kSparePixelBlocks); past that it goes back to the block free list.
 class PiecePool {
 public:
     void* take(size_t bytes) {
-        const int c = pieceClass(bytes);
+        uint32_t units = 0;
+        const uint32_t run = pieceRun(bytes, units);
         {
             std::lock_guard<std::mutex> lock(mutex_);
-            if (!free_[c].empty()) {
-                char* piece = free_[c].back();
-                free_[c].pop_back();
-                if (used_.find(blockOf(piece))->second++ == 0) // a free piece's block is known
-                    --emptyBlocks_;
-                return piece;
+            for (auto& [block, used] : used_) {
+                for (uint32_t first = 0; first < kUnitsPerBlock; first += units) {
+                    if ((used & (run << first)) != 0)
+                        continue;
+                    if (used == 0)
+                        --emptyBlocks_;
+                    used |= run << first;
+                    return reinterpret_cast<char*>(block) + first * kPooledPixelBytes;
+                }
             }
         }
         char* block = static_cast<char*>(acquireBlocks(kPixelBlockBytes));
         if (!block)
             return nullptr;
-        const size_t pieceBytes = kPooledPixelBytes << c;
-        const size_t pieces = kPixelBlockBytes / pieceBytes;
         std::lock_guard<std::mutex> lock(mutex_);
         try {
-            used_.emplace(blockOf(block), 1u);
-            // Room for every piece of every block of the size, so that give never allocates.
-            free_[c].reserve(used_.size() * pieces);
+            used_.emplace(blockOf(block), run);
         } catch (...) {
-            used_.erase(blockOf(block));
             releaseBlocks(block, kPixelBlockBytes);
             return nullptr;
         }
-        for (size_t i = 1; i < pieces; ++i)
-            free_[c].push_back(block + i * pieceBytes);
         return block;
     }
 
     void give(void* memory, size_t bytes) noexcept {
-        char* piece = static_cast<char*>(memory);
-        const int c = pieceClass(bytes);
-        const uintptr_t block = blockOf(piece);
+        uint32_t units = 0;
+        const uint32_t run = pieceRun(bytes, units);
+        const uintptr_t block = blockOf(memory);
+        const auto first =
+            static_cast<uint32_t>((reinterpret_cast<uintptr_t>(memory) - block) / kPooledPixelBytes);
         {
             std::lock_guard<std::mutex> lock(mutex_);
-            free_[c].push_back(piece);
             auto it = used_.find(block);
-            if (--it->second != 0)
+            it->second &= ~(run << first);
+            if (it->second != 0)
                 return;
             if (emptyBlocks_ < kSparePixelBlocks) {
                 ++emptyBlocks_;
                 return;
             }
             used_.erase(it);
-            std::vector<char*>& free = free_[c];
-            free.erase(std::remove_if(free.begin(), free.end(), [&](char* p) { return blockOf(p) == block; }),
-                       free.end());
         }
         releaseBlocks(reinterpret_cast<void*>(block), kPixelBlockBytes);
     }
 
 private:
     std::mutex mutex_;
-    std::vector<char*> free_[kPieceClasses];
-    std::unordered_map<uintptr_t, unsigned> used_; // pieces in use, by carved block
-    size_t emptyBlocks_ = 0;                       // carved blocks without a piece in use
+    std::map<uintptr_t, uint32_t> used_; // the units in use, by carved block
+    size_t emptyBlocks_ = 0;             // carved blocks without a piece in use
 };
 
 PiecePool& piecePool() {

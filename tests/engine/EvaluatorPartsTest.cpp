@@ -282,6 +282,36 @@ TEST(PixelMemory, SmallBuffersShareAlignedBlocksThatGoBackWhenManyAreEmpty) {
     EXPECT_GE(freePixelBytes() - before, std::min((blockCount - kSparePixelBlocks) * kPixelBlockBytes, room));
 }
 
+TEST(PixelMemory, PiecesOfEverySizeShareBlocksAlignedToTheirOwnSize) {
+    if (!kPixelBlocks)
+        GTEST_SKIP() << "sanitizer builds take pixels from the C heap";
+    // A request rounds up to the next power of two.
+    const auto request = [](size_t size) { return size == kPooledPixelBytes ? size : size / 2 + 1; };
+    std::vector<std::pair<unsigned char*, size_t>> pieces;
+    for (int round = 0; round < 3; ++round) {
+        for (size_t size = kPooledPixelBytes; size <= kPixelBlockBytes / 2; size *= 2) {
+            auto* piece = static_cast<unsigned char*>(acquirePixels(request(size)));
+            ASSERT_NE(piece, nullptr);
+            EXPECT_EQ(reinterpret_cast<uintptr_t>(piece) % size, 0u) << size;
+            std::fill(piece, piece + size, static_cast<unsigned char>(pieces.size()));
+            pieces.emplace_back(piece, size);
+        }
+    }
+    std::vector<uintptr_t> blocks;
+    for (size_t i = 0; i < pieces.size(); ++i) {
+        const auto& [piece, size] = pieces[i];
+        EXPECT_EQ(piece[0], static_cast<unsigned char>(i)) << "pieces overlap";
+        EXPECT_EQ(piece[size - 1], static_cast<unsigned char>(i)) << "pieces overlap";
+        blocks.push_back(reinterpret_cast<uintptr_t>(piece) & ~uintptr_t(kPixelBlockBytes - 1));
+    }
+    std::sort(blocks.begin(), blocks.end());
+    // Three rounds of 64 KiB to 1 MiB fill almost three blocks; a block per
+    // size would take five.
+    EXPECT_LE(static_cast<size_t>(std::unique(blocks.begin(), blocks.end()) - blocks.begin()), 4u);
+    for (const auto& [piece, size] : pieces)
+        releasePixels(piece, request(size));
+}
+
 // 8-bit conversion gives the bytes of the scalar rule on every SIMD target,
 // whole vectors and the tail alike, for the values that clamping must catch.
 TEST(EvaluatorFormats, EightBitTexelsFollowTheScalarRuleOnEveryTarget) {
