@@ -37,7 +37,10 @@ struct ThreadPool::State {
     std::vector<std::thread> workers;
     bool stopping = false;
     uint64_t generation = 0;
-    unsigned busyWorkers = 0;
+    // Workers inside the run in progress. The caller waits for these alone:
+    // a worker that wakes after every chunk was taken stays out, so a
+    // worker not yet scheduled (the other core busy) never holds up a run.
+    unsigned activeWorkers = 0;
 
     // The run in progress.
     const std::function<void(int, int)>* body = nullptr;
@@ -70,10 +73,15 @@ struct ThreadPool::State {
                 if (stopping)
                     return;
                 seen = generation;
+                // The run's state changes only while no worker is inside it,
+                // and a run whose chunks are all taken needs nobody more.
+                if (nextChunk.load() >= chunkCount)
+                    continue;
+                ++activeWorkers;
             }
             work();
             std::lock_guard<std::mutex> lock(mutex);
-            if (--busyWorkers == 0)
+            if (--activeWorkers == 0)
                 done.notify_one();
         }
     }
@@ -118,7 +126,6 @@ void ThreadPool::run(int count, const std::function<void(int, int)>& body) const
         s.chunkCount = (count + s.chunkSize - 1) / s.chunkSize;
         s.nextChunk = 0;
         s.error = nullptr;
-        s.busyWorkers = static_cast<unsigned>(s.workers.size());
         ++s.generation;
     }
     s.wake.notify_all();
@@ -126,7 +133,7 @@ void ThreadPool::run(int count, const std::function<void(int, int)>& body) const
     std::exception_ptr error;
     {
         std::unique_lock<std::mutex> lock(s.mutex);
-        s.done.wait(lock, [&] { return s.busyWorkers == 0; });
+        s.done.wait(lock, [&] { return s.activeWorkers == 0; });
         s.body = nullptr;
         error = s.error;
         s.error = nullptr;
