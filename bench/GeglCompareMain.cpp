@@ -12,7 +12,7 @@
 #include "EngineCompare.h"
 #include "GeglCompare.h"
 
-#include "tools/kvs/ImageWriter.h"
+#include "tools/images/ImageWriter.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -56,11 +56,11 @@ std::string faultOf(const kvbench::CompareRender& render) {
 
 bool writeRender(const std::string& dir, const std::string& name, const kvbench::CompareRender& render,
                  std::string& error) {
-    kvs::FloatImage image;
+    kvimage::FloatImage image;
     image.width = image.height = kvbench::kCompareSide;
     image.channels = render.channels;
     image.texels = render.texels;
-    return kvs::writePng(dir + "/" + name + ".png", kvs::quantisedPng(image, 8), error);
+    return kvimage::writePng(dir + "/" + name + ".png", kvimage::quantisedPng(image, 8), error);
 }
 
 // Renders the row runs times on each side, alternating so that a burst of

@@ -8,6 +8,7 @@ numpy arrays, and save or restore its values as a state string::
     m.inputs["wear"].value = 0.8
     m.seed, m.size = 7, 1024
     maps = m.render()            # {"Output": uint8 array (1024, 1024, 4), ...}
+    open("out.png", "wb").write(kvsubstance.encode_png(maps["Output"]))
 
 Errors: ``PackageError`` for packages the library refuses, ``ValueError``
 for values, presets or states a material refuses, ``KeyError`` for unknown
@@ -21,9 +22,9 @@ on one core do.
 ``kvsubstance.batch`` renders many variations of materials on a Dask
 cluster (``python3 -m kvsubstance.batch JOB.json``); see its help.
 """
-from kvsubstance._core import Input, Inputs, Material, PackageError, open
+from kvsubstance._core import Input, Inputs, Material, PackageError, encode_png, open
 
-__all__ = ["open", "Material", "Inputs", "Input", "PackageError"]
+__all__ = ["open", "Material", "Inputs", "Input", "PackageError", "encode_png"]
 
 # The compiled objects introduce themselves as members of the package they are used through.
 for _name in __all__:

@@ -35,5 +35,6 @@ pybind11::str text(const std::string& utf8);
 pybind11::list texts(const std::vector<std::string>& items);
 
 void bindInputs(pybind11::module_& module);
+void bindPngFiles(pybind11::module_& module);
 
 } // namespace kvpy

@@ -178,6 +178,7 @@ PYBIND11_MODULE(_core, module) {
     module.doc() = kModuleDoc;
     registerErrors(module);
     bindInputs(module);
+    bindPngFiles(module);
 
     py::class_<Material, std::shared_ptr<Material>>(module, "Material", R"doc(A material: one package's first
 graph, or the first graphs of two packages stacked. Made by ``open``.)doc")

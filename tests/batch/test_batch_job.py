@@ -98,16 +98,28 @@ def test_the_manifest_drops_a_torn_last_line_and_keeps_the_latest_record(tmp_pat
         Manifest(tmp_path)
 
 
-@pytest.mark.parametrize("dtype, channels", [(np.uint8, 1), (np.uint8, 3), (np.uint8, 4), (np.uint16, 1),
-                                             (np.uint16, 2), (np.uint16, 4)])
+@pytest.mark.parametrize("dtype, channels", [(np.uint8, 1), (np.uint8, 2), (np.uint8, 3), (np.uint8, 4),
+                                             (np.uint16, 1), (np.uint16, 2), (np.uint16, 4)])
 def test_png_files_hold_the_arrays_exactly(dtype, channels, tmp_path):
     rng = np.random.default_rng(channels)
-    array = rng.integers(0, np.iinfo(dtype).max, size=(5, 7, channels), endpoint=True).astype(dtype)
-    (tmp_path / "a.png").write_bytes(encode_png(array))
-    decoded = read_png(tmp_path / "a.png")
-    assert decoded.dtype == dtype and np.array_equal(decoded, array)
-    with pytest.raises(ValueError, match="npy"):
-        encode_png(array.astype(np.float32))
+    array = rng.integers(0, np.iinfo(dtype).max, size=(9, 13, channels), endpoint=True).astype(dtype)
+    # Smooth rows too, where the Paeth predictor's choices matter.
+    array[4:] = np.add.outer(np.arange(5), np.arange(13))[:, :, None] * (np.iinfo(dtype).max // 20)
+    for name, given in (("whole", array), ("reversed view", array[:, ::-1]), ("one pixel", array[:1, :1])):
+        (tmp_path / "a.png").write_bytes(encode_png(given))
+        decoded = read_png(tmp_path / "a.png")
+        assert decoded.dtype == dtype and np.array_equal(decoded, given), name
+    (tmp_path / "b.png").write_bytes(encode_png(array[:, :, 0]))
+    assert np.array_equal(read_png(tmp_path / "b.png")[:, :, 0], array[:, :, 0])
+
+
+@pytest.mark.parametrize("array, reason", [(np.zeros((4, 4, 4), np.float32), "uint8 and uint16"),
+                                           (np.zeros((4, 4, 5), np.uint8), "1 to 4 channels"),
+                                           (np.zeros((0, 4, 1), np.uint8), "at least one pixel"),
+                                           (np.zeros(4, np.uint8), "shape")])
+def test_png_refuses_what_it_cannot_hold(array, reason):
+    with pytest.raises(ValueError, match=reason):
+        encode_png(array)
 
 
 class Terminal(io.StringIO):

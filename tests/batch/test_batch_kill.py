@@ -7,16 +7,16 @@ import signal
 import threading
 import time
 
-from conftest import batch, distributed, read_png, render_alone
+from conftest import batch, distributed, kvsubstance, render_alone
 
 OUTPUTS = ["Output"]  # all that the stack has
 
 
 def kill_busy_workers(client, pids, manifest, killed):
-    """Once a few variations are done, kills every worker that is running one."""
+    """Once variations are done, kills every worker that is running one."""
     deadline = time.monotonic() + 60
     while time.monotonic() < deadline:
-        if manifest.exists() and manifest.read_text().count("\n") >= 5:
+        if manifest.exists() and manifest.read_text().count("\n") >= 1:
             busy = [address for address, tasks in client.processing().items() if tasks]
             for address in busy:
                 os.kill(pids[address], signal.SIGKILL)
@@ -30,7 +30,7 @@ def test_killed_workers_mid_job_still_give_the_whole_result(samples, tmp_path):
     stone = str(samples / "stone_tiles.mpk")
     job = batch.make_job({"packages": {"stone": stone, "tinted": {"package": stone, "stack": str(samples / "tint.mpk")}},
                           "variations": {"seed": "1-20", "package": ["stone", "tinted"]}, "outputs": OUTPUTS,
-                          "size": 128, "destination": str(tmp_path)})
+                          "size": 256, "destination": str(tmp_path)})
     with distributed.LocalCluster(n_workers=2, threads_per_worker=1, processes=True, dashboard_address=None) \
             as cluster, distributed.Client(cluster) as client:
         killed = []
@@ -48,4 +48,6 @@ def test_killed_workers_mid_job_still_give_the_whole_result(samples, tmp_path):
         files = records[variation.name]["files"]
         assert all(batch.files.sha256_of(tmp_path / f["file"]) == f["sha256"] for f in files.values())
         alone = render_alone(job, variation, OUTPUTS)
-        assert all((read_png(tmp_path / files[o]["file"]) == alone[o]).all() for o in alone), variation
+        # The encoder is a function of the pixels (its own tests decode it): equal bytes, equal pixels.
+        assert all(files[o]["sha256"] == batch.files.sha256_hex(kvsubstance.encode_png(alone[o])) for o in alone), \
+            variation

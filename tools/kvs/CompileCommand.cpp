@@ -1,8 +1,8 @@
 // kvs compile <source.json> [-o <out.mpk>]: builds a package from its source.
 #include "tools/compiler/CompileError.h"
 #include "tools/compiler/PackageCompiler.h"
+#include "tools/images/FileOutput.h"
 #include "tools/kvs/Cli.h"
-#include "tools/kvs/FileOutput.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -30,7 +30,7 @@ int runCompile(const kvs::ParsedArgs& args) {
     try {
         kvcompiler::CompiledPackage package = kvcompiler::compilePackageFile(source);
         std::string error;
-        if (!kvs::writeFileAtomically(output, package.bytes.data(), package.bytes.size(), error)) {
+        if (!kvimage::writeFileAtomically(output, package.bytes.data(), package.bytes.size(), error)) {
             throw kvs::Failure(error);
         }
         size_t outputs = 0;

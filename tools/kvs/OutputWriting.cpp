@@ -1,7 +1,7 @@
 #include "tools/kvs/OutputWriting.h"
 
+#include "tools/images/ImageWriter.h"
 #include "tools/kvs/Cli.h"
-#include "tools/kvs/ImageWriter.h"
 #include "tools/kvs/TextureConversion.h"
 
 #include "engine/api/FailureReason.h"
@@ -44,12 +44,12 @@ WrittenFile write(const Material& material, const OutputRequest& request, const 
                               : isSixteenBitFormat(texture.pixelFormat) ? "16"
                                                                         : "8";
     const bool exr = depth == "float";
-    PngImage png;
-    FloatImage image;
+    kvimage::PngImage png;
+    kvimage::FloatImage image;
     if (exr || !borrowPngRows(texture, level, std::stoi(depth), png)) {
         image = textureLevelImage(texture, level);
         if (!exr) {
-            png = quantisedPng(image, std::stoi(depth));
+            png = kvimage::quantisedPng(image, std::stoi(depth));
         }
     }
     WrittenFile file;
@@ -63,7 +63,7 @@ WrittenFile write(const Material& material, const OutputRequest& request, const 
                 (level == 0 ? "" : "_mip" + std::to_string(level)) + (exr ? ".exr" : ".png");
     refuseToOverwriteInputs(material, file.path);
     std::string error;
-    if (!(exr ? writeExr(file.path, image, error) : writePng(file.path, png, error))) {
+    if (!(exr ? kvimage::writeExr(file.path, image, error) : kvimage::writePng(file.path, png, error))) {
         throw Failure(error);
     }
     file.writtenAs = exr ? "float EXR" : depth + "-bit PNG";

@@ -1,7 +1,7 @@
 // kvs state: save the state string of a material with some values set, and
 // show a saved one.
+#include "tools/images/FileOutput.h"
 #include "tools/kvs/Cli.h"
-#include "tools/kvs/FileOutput.h"
 #include "tools/kvs/ValueEdits.h"
 
 #include "platform/base/PrintableText.h"
@@ -46,7 +46,7 @@ int save(const ParsedArgs& args) {
     }
     const kvString::CString state = material.model()->getStateString();
     std::string error;
-    if (!writeFileAtomically(output, state.asChar(), state.str().size(), error)) {
+    if (!kvimage::writeFileAtomically(output, state.asChar(), state.str().size(), error)) {
         throw Failure(error);
     }
     std::printf("wrote %s (state of %s, %d inputs)\n", output.c_str(),

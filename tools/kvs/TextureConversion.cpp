@@ -6,12 +6,12 @@
 
 namespace kvs {
 
-FloatImage textureLevelImage(const SubstanceTexture& texture, int level) {
+kvimage::FloatImage textureLevelImage(const SubstanceTexture& texture, int level) {
     kvengine::TextureLevel layout;
     if (kvengine::Status status = kvengine::recordLevel(texture, level, layout); !status.ok()) {
         throw Failure(status.reason());
     }
-    FloatImage image;
+    kvimage::FloatImage image;
     image.width = layout.width;
     image.height = layout.height;
     image.channels = kvengine::decodedChannelCount(*layout.format, kvengine::DecodedChannels::Own);
@@ -30,13 +30,13 @@ FloatImage textureLevelImage(const SubstanceTexture& texture, int level) {
     return image;
 }
 
-bool borrowPngRows(const SubstanceTexture& texture, int level, int bitDepth, PngImage& out) {
+bool borrowPngRows(const SubstanceTexture& texture, int level, int bitDepth, kvimage::PngImage& out) {
     kvengine::TextureLevel layout;
     if (!kvengine::recordLevel(texture, level, layout).ok() || layout.format->isFloat ||
         8 * layout.format->channelBytes != bitDepth) {
         return false;
     }
-    out = PngImage{};
+    out = kvimage::PngImage{};
     out.width = layout.width;
     out.height = layout.height;
     out.channels = layout.format->alphaForcedOne ? 3 : layout.format->channels;

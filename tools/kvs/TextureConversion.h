@@ -2,7 +2,7 @@
 // engine's own format table and decoder.
 #pragma once
 
-#include "tools/kvs/ImageWriter.h"
+#include "tools/images/ImageWriter.h"
 
 #include "platform/engine/EngineTypes.h"
 
@@ -12,9 +12,9 @@ namespace kvs {
 
 // Level `level` of the texture: its own colour channels (1, 3 or 4; the
 // padding of x formats dropped). A Failure naming what is wrong otherwise.
-FloatImage textureLevelImage(const SubstanceTexture& texture, int level);
+kvimage::FloatImage textureLevelImage(const SubstanceTexture& texture, int level);
 // Level 0, as above.
-inline FloatImage textureImage(const SubstanceTexture& texture) {
+inline kvimage::FloatImage textureImage(const SubstanceTexture& texture) {
     return textureLevelImage(texture, 0);
 }
 
@@ -22,7 +22,7 @@ inline FloatImage textureImage(const SubstanceTexture& texture) {
 // texture stores unsigned bitDepth-bit channels (no rounding on the way, the
 // padding of x formats dropped); false for any other format. The rows live
 // as long as the texture's buffer.
-bool borrowPngRows(const SubstanceTexture& texture, int level, int bitDepth, PngImage& out);
+bool borrowPngRows(const SubstanceTexture& texture, int level, int bitDepth, kvimage::PngImage& out);
 
 // "8-bit RGBA", "16-bit gray", "half-float RGB", ...
 std::string pixelFormatName(int format);

@@ -19,6 +19,12 @@ from kvsubstance.batch.progress import Progress
 from kvsubstance.batch.render import PackageBytes, render_variation
 
 
+# Seconds the collector lets results gather between fetches; the progress line moves as often.
+COLLECT_PAUSE, COLLECT_POLL = 0.1, 0.01
+# Future states that stay.
+ENDED = ("finished", "error", "cancelled")
+
+
 @dataclasses.dataclass
 class Summary:
     total: int = 0
@@ -111,27 +117,52 @@ def submit(client, tasks, materials):
                      if part is not None)
     plugin = f"kv-packages-{hashlib.sha256(''.join(sorted(parts)).encode()).hexdigest()}"
     client.register_worker_plugin(PackageBytes(parts), name=plugin)
-    return plugin, {client.submit(render_variation, task, pure=False): task for task in tasks}
+    # One graph for all the tasks: a submit each costs the scheduler a message and a graph update each.
+    futures = client.map(render_variation, tasks, pure=False)
+    return plugin, dict(zip(futures, tasks))
 
 
-def collect(pending, manifest, summary, progress):
-    for future, result in as_completed(pending, with_results=True, raise_errors=False):
-        task = pending.pop(future)
-        if future.status == "finished":
-            record = result
-        else:
-            # The task never returned: its workers died, or it could not be run at all.
-            error = result[1] if isinstance(result, tuple) else result
-            record = {"name": task["name"], "variation": task["settings"], "package_sha256": task["digest"],
-                      "format": task["format"], "status": "failed", "reason": f"{type(error).__name__}: {error}"}
-        future.release()
-        manifest.add(record)
-        if record["status"] == "rendered":
-            summary.rendered += 1
-        else:
-            summary.failed += 1
-            summary.failures.append((record["name"], record["reason"]))
-        progress.update(record["status"])
+def failure_record(task, future):
+    """The record of a task that never returned: its workers died, or it could not be run at all."""
+    try:
+        error = future.exception()
+    except Exception as raised:  # noqa: BLE001 -- the scheduler forgot it: that is its reason
+        error = raised
+    return {"name": task["name"], "variation": task["settings"], "package_sha256": task["digest"],
+            "format": task["format"], "status": "failed", "reason": f"{type(error).__name__}: {error}"}
+
+
+def collect(client, pending, manifest, summary, progress):
+    finishing = as_completed(pending)
+    while not finishing.is_empty():
+        done = finishing.next_batch(block=True)
+        # Results fetched some at a time: each fetch costs the scheduler and
+        # the workers several messages, more than a render's files at 512.
+        # The last ones are fetched as soon as they are all in.
+        until = time.monotonic() + COLLECT_PAUSE
+        while len(done) < len(pending) and time.monotonic() < until:
+            time.sleep(COLLECT_POLL)
+            done += finishing.next_batch(block=False)
+        status = {future: future.status for future in done}  # it changes under us: read once
+        # A result lost with its worker is being made again: it comes back.
+        for future in done:
+            if status[future] not in ENDED:
+                finishing.add(future)
+        done = [future for future in done if status[future] in ENDED]
+        finished = [future for future in done if status[future] == "finished"]
+        # By key: one lost from now on is made again within the gather, and
+        # one that then fails comes back as None.
+        results = client.gather({future.key: future for future in finished}, errors="skip") if finished else {}
+        for future in done:
+            task = pending.pop(future)
+            record = results.get(future.key) or failure_record(task, future)
+            manifest.add(record)
+            if record["status"] == "rendered":
+                summary.rendered += 1
+            else:
+                summary.failed += 1
+                summary.failures.append((record["name"], record["reason"]))
+            progress.update(record["status"])
 
 
 def run(job, scheduler=None, workers=None, client=None, progress=None):
@@ -153,7 +184,7 @@ def run(job, scheduler=None, workers=None, client=None, progress=None):
             if own_client:
                 client, cluster = start_client(scheduler, workers)
             plugin, pending = submit(client, tasks, materials)
-            collect(pending, manifest, summary, progress)
+            collect(client, pending, manifest, summary, progress)
     except KeyboardInterrupt:
         summary.interrupted = True
         for future in list(pending):

@@ -1,7 +1,7 @@
 // Float textures written as OpenEXR must read back through OpenEXR's own
 // reader bit for bit, under the channel names readers expect; a failed write
 // leaves neither the file nor its temporary.
-#include "tools/kvs/ImageWriter.h"
+#include "tools/images/ImageWriter.h"
 
 #include <OpenEXR/ImfChannelList.h>
 #include <OpenEXR/ImfFrameBuffer.h>
@@ -38,9 +38,9 @@ float fromBits(uint32_t value) {
 
 // Writes `image` and reads it back through OpenEXR's reader, checking every
 // property the writer promises.
-void expectRoundTrip(const std::string& path, const kvs::FloatImage& image) {
+void expectRoundTrip(const std::string& path, const kvimage::FloatImage& image) {
     std::string error;
-    ASSERT_TRUE(kvs::writeExr(path, image, error)) << error;
+    ASSERT_TRUE(kvimage::writeExr(path, image, error)) << error;
     EXPECT_FALSE(std::filesystem::exists(path + ".tmp"));
     const char* const names[] = {"R", "G", "B", "A"};
     const size_t channels = static_cast<size_t>(image.channels);
@@ -82,8 +82,8 @@ void expectRoundTrip(const std::string& path, const kvs::FloatImage& image) {
                          << read[first] << " instead of " << image.texels[first];
 }
 
-kvs::FloatImage blankImage(int width, int height, int channels) {
-    kvs::FloatImage out;
+kvimage::FloatImage blankImage(int width, int height, int channels) {
+    kvimage::FloatImage out;
     out.width = width;
     out.height = height;
     out.channels = channels;
@@ -109,7 +109,7 @@ TEST(ExrWriting, EveryLayoutReadsBackBitExactly) {
         for (int channels : {1, 3, 4}) {
             SCOPED_TRACE(std::to_string(size.width) + "x" + std::to_string(size.height) + ", " +
                          std::to_string(channels) + " channels");
-            kvs::FloatImage written = blankImage(size.width, size.height, channels);
+            kvimage::FloatImage written = blankImage(size.width, size.height, channels);
             for (size_t i = 0; i < written.texels.size(); ++i)
                 written.texels[i] =
                     i % 10 == 0 ? specials[(i / 10) % 7] : static_cast<float>(i) * 0.73f - 11.0f;
@@ -131,7 +131,7 @@ TEST(ExrWriting, ChunksThatZipCannotShrinkReadBackBitExactly) {
         int base[4];
         for (int& b : base)
             b = static_cast<int>(random() % 256);
-        kvs::FloatImage written = blankImage(width, height, channels);
+        kvimage::FloatImage written = blankImage(width, height, channels);
         for (size_t i = 0; i < written.texels.size(); ++i) {
             const int texel = static_cast<int>(i) / channels;
             const int level =
@@ -147,13 +147,13 @@ TEST(ExrWriting, ChunksThatZipCannotShrinkReadBackBitExactly) {
 
 TEST(ExrWriting, FailuresLeaveOneLineAndNoFile) {
     const std::string dir = testing::TempDir();
-    const kvs::FloatImage good = blankImage(7, 3, 4);
-    kvs::FloatImage shortTexels = blankImage(7, 3, 3);
+    const kvimage::FloatImage good = blankImage(7, 3, 4);
+    kvimage::FloatImage shortTexels = blankImage(7, 3, 3);
     shortTexels.texels.pop_back();
     const struct {
         const char* what;
         std::string path;
-        kvs::FloatImage image;
+        kvimage::FloatImage image;
     } cases[] = {
         {"missing folder", dir + "/no-such-folder/out.exr", good},
         {"no texels", dir + "/empty.exr", blankImage(0, 0, 4)},
@@ -165,7 +165,7 @@ TEST(ExrWriting, FailuresLeaveOneLineAndNoFile) {
         SCOPED_TRACE(bad.what);
         std::filesystem::remove(bad.path); // left by an earlier run
         std::string error;
-        EXPECT_FALSE(kvs::writeExr(bad.path, bad.image, error));
+        EXPECT_FALSE(kvimage::writeExr(bad.path, bad.image, error));
         EXPECT_EQ(error.rfind(bad.path + ": cannot write (", 0), 0u) << error;
         EXPECT_EQ(error.find('\n'), std::string::npos) << error;
         EXPECT_FALSE(std::filesystem::exists(bad.path));
@@ -187,8 +187,8 @@ TEST(ExrWriting, FailingAfterTheHeaderRemovesTheTemporaryAndKeepsTheOldFile) {
     const int reader = open(temporary.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     ASSERT_GE(reader, 0);
     std::string error;
-    kvs::FloatImage written = blankImage(7, 3, 4);
-    const bool wrote = kvs::writeExr(path, written, error);
+    kvimage::FloatImage written = blankImage(7, 3, 4);
+    const bool wrote = kvimage::writeExr(path, written, error);
     close(reader);
     EXPECT_FALSE(wrote);
     EXPECT_EQ(error.rfind(path + ": cannot write (", 0), 0u) << error;

@@ -1,6 +1,6 @@
 // Integer textures go to the PNG encoder as the engine stored them; the file
 // must be the one that decoding to floats and rounding back would write.
-#include "tools/kvs/ImageWriter.h"
+#include "tools/images/ImageWriter.h"
 #include "tools/kvs/TextureConversion.h"
 
 #include "engine/formats/TextureLayout.h"
@@ -88,7 +88,7 @@ TEST(PngWriting, EveryLayoutDecodesToTheSamplesGiven) {
                         for (size_t i = 0; i < values.size(); ++i)
                             values[i] =
                                 i % 2 ? static_cast<uint16_t>(random()) : static_cast<uint16_t>(i * 97);
-                        kvs::PngImage image;
+                        kvimage::PngImage image;
                         image.width = size.width;
                         image.height = size.height;
                         image.channels = channels;
@@ -117,7 +117,7 @@ TEST(PngWriting, EveryLayoutDecodesToTheSamplesGiven) {
                         for (int y = 0; y < size.height; ++y)
                             image.rows.push_back(image.samples.data() + static_cast<size_t>(y) * rowBytes);
                         std::string error;
-                        ASSERT_TRUE(kvs::writePng(path, image, error)) << error;
+                        ASSERT_TRUE(kvimage::writePng(path, image, error)) << error;
                         const Decoded decoded = decode(path);
                         EXPECT_EQ(decoded.width, size.width);
                         EXPECT_EQ(decoded.height, size.height);
@@ -132,11 +132,11 @@ TEST(PngWriting, EveryLayoutDecodesToTheSamplesGiven) {
 }
 
 TEST(PngWriting, RefusesWhatPngCannotHoldWithOneLine) {
-    kvs::PngImage empty;
+    kvimage::PngImage empty;
     empty.channels = 4;
     std::string error;
     const std::string path = testing::TempDir() + "/refused.png";
-    EXPECT_FALSE(kvs::writePng(path, empty, error));
+    EXPECT_FALSE(kvimage::writePng(path, empty, error));
     EXPECT_NE(error.find("refused.png"), std::string::npos) << error;
     EXPECT_EQ(error.find('\n'), std::string::npos);
     EXPECT_FALSE(std::filesystem::exists(path));
@@ -161,17 +161,17 @@ TEST(PngWriting, BorrowedRowsWriteTheFileThatRoundingWouldForEveryIntegerFormat)
         const int depth = 8 * format.channelBytes;
         for (int level = 0; level < levels; ++level) {
             SCOPED_TRACE(std::string(format.name) + " level " + std::to_string(level));
-            kvs::PngImage borrowed;
+            kvimage::PngImage borrowed;
             ASSERT_TRUE(kvs::borrowPngRows(texture, level, depth, borrowed));
             std::string error;
             const std::string direct = dir + "/direct.png", rounded = dir + "/rounded.png";
-            ASSERT_TRUE(kvs::writePng(direct, borrowed, error)) << error;
-            ASSERT_TRUE(kvs::writePng(
-                rounded, kvs::quantisedPng(kvs::textureLevelImage(texture, level), depth), error))
+            ASSERT_TRUE(kvimage::writePng(direct, borrowed, error)) << error;
+            ASSERT_TRUE(kvimage::writePng(
+                rounded, kvimage::quantisedPng(kvs::textureLevelImage(texture, level), depth), error))
                 << error;
             EXPECT_EQ(fileBytes(direct), fileBytes(rounded));
         }
-        kvs::PngImage other;
+        kvimage::PngImage other;
         EXPECT_FALSE(kvs::borrowPngRows(texture, 0, depth == 8 ? 16 : 8, other))
             << "another depth is rounded";
     }

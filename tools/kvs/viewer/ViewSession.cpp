@@ -2,8 +2,8 @@
 
 #include "tools/compiler/CompileError.h"
 #include "tools/compiler/PackageCompiler.h"
+#include "tools/images/FileOutput.h"
 #include "tools/kvs/Cli.h"
-#include "tools/kvs/FileOutput.h"
 #include "tools/kvs/TextureConversion.h"
 #include "tools/kvs/ValueEdits.h"
 
@@ -113,7 +113,7 @@ std::string valueText(kvSubstance::SubstanceInput& input, const json& value) {
 
 // Any output format as 8-bit RGBA: grey spreads to the colour channels, opaque without alpha.
 OutputImage toRgba(const SubstanceTexture& texture) {
-    FloatImage image;
+    kvimage::FloatImage image;
     try {
         image = textureImage(texture);
     } catch (const Failure& e) {
@@ -176,7 +176,8 @@ bool ViewSession::refresh() {
     try {
         const kvcompiler::CompiledPackage package = kvcompiler::compilePackageFile(mPath);
         std::string failure;
-        if (!writeFileAtomically(mCompiled.string(), package.bytes.data(), package.bytes.size(), failure)) {
+        if (!kvimage::writeFileAtomically(mCompiled.string(), package.bytes.data(), package.bytes.size(),
+                                          failure)) {
             throw Failure(failure);
         }
         // Values the author set survive a recompile when the inputs still exist.

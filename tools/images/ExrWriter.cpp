@@ -1,7 +1,7 @@
 // OpenEXR files through OpenEXR's C library: loading its C++ library (with
 // Imath, Iex and IlmThread) cost every start of kvs about 2 ms, whether or
 // not it wrote an EXR file.
-#include "tools/kvs/ImageWriter.h"
+#include "tools/images/ImageWriter.h"
 
 #include <OpenEXR/openexr.h>
 
@@ -12,7 +12,7 @@
 #include <cstdio>
 #include <cstring>
 
-namespace kvs {
+namespace kvimage {
 
 namespace {
 
@@ -220,4 +220,4 @@ bool writeExr(const std::string& path, const FloatImage& image, std::string& err
     return true;
 }
 
-} // namespace kvs
+} // namespace kvimage

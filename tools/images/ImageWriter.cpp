@@ -1,13 +1,13 @@
-#include "tools/kvs/ImageWriter.h"
+#include "tools/images/ImageWriter.h"
 
-#include "tools/kvs/FileOutput.h"
-#include "tools/kvs/PngEncoder.h"
+#include "tools/images/FileOutput.h"
+#include "tools/images/PngEncoder.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 
-namespace kvs {
+namespace kvimage {
 
 namespace {
 
@@ -62,4 +62,4 @@ bool writePng(const std::string& path, const PngImage& image, std::string& error
     return writeFileAtomically(path, file.data(), file.size(), error);
 }
 
-} // namespace kvs
+} // namespace kvimage

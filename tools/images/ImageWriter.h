@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace kvs {
+namespace kvimage {
 
 // Texels as floats, rows top to bottom, channels interleaved.
 struct FloatImage {
@@ -21,7 +21,7 @@ struct FloatImage {
 struct PngImage {
     int width = 0;
     int height = 0;
-    int channels = 0;           // written: 1 gray, 3 RGB, 4 RGBA
+    int channels = 0;           // written: 1 gray, 2 gray and alpha, 3 RGB, 4 RGBA
     int bitDepth = 8;           // 8 or 16
     bool dropsFourth = false;   // each texel of the rows holds a fourth sample that is not written
     bool hostByteOrder = false; // 16-bit samples in the machine's order, not big-endian
@@ -38,4 +38,4 @@ bool writePng(const std::string& path, const PngImage& image, std::string& error
 // Gray images get one channel Y, colour images R, G, B and A when present.
 bool writeExr(const std::string& path, const FloatImage& image, std::string& error);
 
-} // namespace kvs
+} // namespace kvimage

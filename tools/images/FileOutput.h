@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace kvs {
+namespace kvimage {
 
 // Writes to "<path>.tmp" and renames it over `path`. On failure fills
 // `error` with one line naming the file and returns false.
@@ -15,4 +15,4 @@ bool writeFileAtomically(const std::string& path, const void* data, size_t size,
 // Reads a whole file of at most maxBytes; false with a one-line `error` otherwise.
 bool readWholeFile(const std::string& path, size_t maxBytes, std::vector<char>& data, std::string& error);
 
-} // namespace kvs
+} // namespace kvimage

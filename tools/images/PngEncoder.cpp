@@ -1,6 +1,6 @@
-#include "tools/kvs/PngEncoder.h"
+#include "tools/images/PngEncoder.h"
 
-#include "tools/kvs/ImageWriter.h"
+#include "tools/images/ImageWriter.h"
 
 #include <libdeflate.h>
 
@@ -12,7 +12,7 @@
 #include <new>
 #include <stdexcept>
 
-namespace kvs {
+namespace kvimage {
 
 namespace {
 
@@ -130,11 +130,11 @@ void subRow(const unsigned char* row, size_t rowBytes, size_t texelBytes, unsign
 
 std::vector<unsigned char> encodePng(const PngImage& image) {
     if (image.width < 1 || image.height < 1 || (image.bitDepth != 8 && image.bitDepth != 16) ||
-        (image.channels != 1 && image.channels != 3 && image.channels != 4) ||
-        image.rows.size() != static_cast<size_t>(image.height))
+        image.channels < 1 || image.channels > 4 || image.rows.size() != static_cast<size_t>(image.height))
         throw std::invalid_argument("not an image PNG can hold");
     static const unsigned char kSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
-    static const unsigned char kColourTypes[5] = {0, 0, 0, 2, 6}; // by channel count: gray, RGB, RGBA
+    // By channel count: gray, gray and alpha, RGB, RGBA.
+    static const unsigned char kColourTypes[5] = {0, 0, 4, 2, 6};
     const size_t texelBytes = static_cast<size_t>(image.channels) * static_cast<size_t>(image.bitDepth / 8);
     const size_t rowBytes = static_cast<size_t>(image.width) * texelBytes;
     const size_t height = static_cast<size_t>(image.height);
@@ -181,4 +181,4 @@ std::vector<unsigned char> encodePng(const PngImage& image) {
     return file;
 }
 
-} // namespace kvs
+} // namespace kvimage

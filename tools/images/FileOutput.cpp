@@ -1,10 +1,10 @@
-#include "tools/kvs/FileOutput.h"
+#include "tools/images/FileOutput.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
-namespace kvs {
+namespace kvimage {
 
 bool writeFileAtomically(const std::string& path, const void* data, size_t size, std::string& error) {
     std::string temporary = path + ".tmp";
@@ -49,4 +49,4 @@ bool readWholeFile(const std::string& path, size_t maxBytes, std::vector<char>& 
     return true;
 }
 
-} // namespace kvs
+} // namespace kvimage

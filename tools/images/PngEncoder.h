@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <vector>
 
-namespace kvs {
+namespace kvimage {
 
 struct PngImage;
 
@@ -16,4 +16,4 @@ struct PngImage;
 // depth or channel count PNG cannot hold, std::bad_alloc when out of memory.
 std::vector<unsigned char> encodePng(const PngImage& image);
 
-} // namespace kvs
+} // namespace kvimage
