@@ -1,5 +1,6 @@
 #include "tools/images/PngEncoder.h"
 
+#include "tools/images/HuffmanDeflate.h"
 #include "tools/images/ImageWriter.h"
 
 #include <libdeflate.h>
@@ -16,25 +17,8 @@ namespace kvimage {
 
 namespace {
 
-// Fast and still within a few per cent of the size zlib's default level gives
-// these filtered rows.
-constexpr int kCompressionLevel = 1;
 // Chunks hold at most 2^31 - 1 bytes.
 constexpr size_t kLargestChunk = 0x7fffffff;
-
-struct CompressorFree {
-    void operator()(libdeflate_compressor* compressor) const { libdeflate_free_compressor(compressor); }
-};
-
-// One per thread, kept: its tables are large enough that allocating them per
-// file shows.
-libdeflate_compressor& compressor() {
-    thread_local std::unique_ptr<libdeflate_compressor, CompressorFree> kept(
-        libdeflate_alloc_compressor(kCompressionLevel));
-    if (!kept)
-        throw std::bad_alloc();
-    return *kept;
-}
 
 void putBigEndian32(std::vector<unsigned char>& out, uint32_t value) {
     const unsigned char bytes[4] = {
@@ -157,13 +141,9 @@ std::vector<unsigned char> encodePng(const PngImage& image) {
         }
         above = row;
     }
-    libdeflate_compressor& deflater = compressor();
-    const size_t bound = libdeflate_zlib_compress_bound(&deflater, filteredBytes);
-    const std::unique_ptr<unsigned char[]> compressed(new unsigned char[bound]);
-    const size_t compressedBytes =
-        libdeflate_zlib_compress(&deflater, filtered.get(), filteredBytes, compressed.get(), bound);
-    if (compressedBytes == 0)
-        throw std::runtime_error("compression failed"); // the bound is documented to be enough
+    // Not initialised either: only the bytes written are touched.
+    const std::unique_ptr<unsigned char[]> compressed(new unsigned char[huffmanZlibBound(filteredBytes)]);
+    const size_t compressedBytes = writeHuffmanZlib(filtered.get(), filteredBytes, compressed.get());
 
     std::vector<unsigned char> file;
     file.reserve(compressedBytes + compressedBytes / kLargestChunk * 12 + 64);

@@ -127,7 +127,7 @@ void checkOutputsExist(const Material& material, const std::vector<std::string>&
     }
 }
 
-std::vector<WrittenFile> renderAndWrite(Material& material, const OutputRequest& request) {
+RenderedOutputs renderOutputs(Material& material, const OutputRequest& request) {
     SubstanceAir::GraphInstance& graph = material.graph();
     // Every requested output is rendered again: unchanged nodes come from the engine's cache.
     for (const auto& output : graph.getOutputs()) {
@@ -151,27 +151,31 @@ std::vector<WrittenFile> renderAndWrite(Material& material, const OutputRequest&
         throw Failure("cannot create the output folder " + request.outdir +
                       (error ? ": " + error.message() : ": a file of that name is in the way"));
     }
-    std::vector<std::unique_ptr<SubstanceAir::RenderResult>> results;
-    std::vector<std::function<WrittenFile()>> files;
+    RenderedOutputs rendered;
     for (const auto& output : graph.getOutputs()) {
         if (!output->isEnabled()) {
             continue;
         }
         const std::string& identifier = output->getDesc().identifier;
-        results.push_back(output->grabResult());
-        if (!results.back()) {
+        rendered.results.push_back(output->grabResult());
+        if (!rendered.results.back()) {
             const std::string reason = kvengine::lastFailure();
             throw Failure("output " + identifier + " was not rendered" +
                           (reason.empty() ? "" : ": " + reason));
         }
-        const SubstanceTexture& texture = results.back()->getTexture();
-        const int levels = request.mips ? std::max<int>(1, texture.mipmapCount) : 1;
+        const SubstanceTexture* texture = &rendered.results.back()->getTexture();
+        const int levels = request.mips ? std::max<int>(1, texture->mipmapCount) : 1;
         for (int level = 0; level < levels; ++level) {
-            files.push_back(
-                [&, identifier, level] { return write(material, request, identifier, texture, level); });
+            rendered.files.push_back([&material, request, identifier, texture, level] {
+                return write(material, request, identifier, *texture, level);
+            });
         }
     }
-    return runInParallel(files);
+    return rendered;
+}
+
+std::vector<WrittenFile> writeFiles(const RenderedOutputs& rendered) {
+    return runInParallel(rendered.files);
 }
 
 } // namespace kvs

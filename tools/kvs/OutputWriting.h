@@ -4,6 +4,10 @@
 
 #include "tools/kvs/Material.h"
 
+#include "framework/render/RenderResult.h"
+
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -27,10 +31,21 @@ struct WrittenFile {
     std::string writtenAs;  // "8-bit PNG", "16-bit PNG", "float EXR"
 };
 
-// Renders the requested outputs (whatever changed, and every requested output
-// again) and writes them. A Failure names the output, the file or the reason
-// the engine gave.
-std::vector<WrittenFile> renderAndWrite(Material& material, const OutputRequest& request);
+// One render's textures and the files still to be written from them.
+struct RenderedOutputs {
+    std::vector<std::unique_ptr<SubstanceAir::RenderResult>> results;
+    std::vector<std::function<WrittenFile()>> files; // each writes one level of one result
+};
+
+// Renders the requested outputs (whatever changed, and every requested
+// output again) and makes the output folder. A Failure names the output and
+// the reason the engine gave, or the folder. The files refer to `material`'s
+// names, not to its values, so the next render may start while they are
+// written.
+RenderedOutputs renderOutputs(Material& material, const OutputRequest& request);
+
+// Writes the files, several at a time, in order; a Failure names the file.
+std::vector<WrittenFile> writeFiles(const RenderedOutputs& rendered);
 
 // A Failure naming the first unknown identifier and the closest output.
 void checkOutputsExist(const Material& material, const std::vector<std::string>& outputs);

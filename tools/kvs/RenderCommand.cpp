@@ -11,7 +11,11 @@
 
 #include <chrono>
 #include <cstdio>
+#include <functional>
+#include <future>
 #include <iostream>
+#include <memory>
+#include <system_error>
 #include <unistd.h>
 
 namespace kvs {
@@ -60,6 +64,23 @@ private:
     bool mShown;
 };
 
+// An item whose files are being written, and where its report goes.
+struct WritingItem {
+    const BatchItem* item = nullptr;
+    nlohmann::ordered_json entry;
+    std::future<std::vector<WrittenFile>> files;
+};
+
+// The files written on a thread of their own; here when no thread can start.
+// The thread keeps the textures until it is done.
+std::future<std::vector<WrittenFile>> writeLater(const std::shared_ptr<RenderedOutputs>& rendered) {
+    try {
+        return std::async(std::launch::async, [rendered] { return writeFiles(*rendered); });
+    } catch (const std::system_error&) {
+        return std::async(std::launch::deferred, [rendered] { return writeFiles(*rendered); });
+    }
+}
+
 int runRender(const ParsedArgs& args) {
     if (args.operands.size() != 1) {
         throw UsageError(args.operands.empty() ? "no package given"
@@ -77,17 +98,10 @@ int runRender(const ParsedArgs& args) {
 
     ordered_json summary = {{"items", ordered_json::array()}};
     size_t failed = 0;
-    const auto start = std::chrono::steady_clock::now();
-    Progress progress(items.size());
-    for (size_t i = 0; i < items.size(); ++i) {
-        const BatchItem& item = items[i];
-        progress.show(i + 1, item.name);
-        ordered_json entry = {{"name", item.name}, {"files", ordered_json::array()}};
+    auto record = [&](const BatchItem& item, ordered_json entry,
+                      const std::function<std::vector<WrittenFile>()>& files) {
         try {
-            material.model()->applyStateString(defaults);
-            applyEdits(material, item.edits);
-            request.variation = item.variation;
-            for (const WrittenFile& file : renderAndWrite(material, request)) {
+            for (const WrittenFile& file : files()) {
                 entry["files"].push_back(fileJson(file));
                 if (!json) {
                     std::printf("wrote %s (%dx%d, rendered as %s, written as %s)\n", file.path.c_str(),
@@ -108,6 +122,40 @@ int runRender(const ParsedArgs& args) {
         }
         summary["items"].push_back(entry);
         std::fflush(stdout);
+    };
+    const auto start = std::chrono::steady_clock::now();
+    Progress progress(items.size());
+    // An item's files are written while the next item renders: each phase
+    // alone leaves a core idle part of the time. Reports keep the items' order.
+    WritingItem writing;
+    for (size_t i = 0; i < items.size(); ++i) {
+        const BatchItem& item = items[i];
+        progress.show(i + 1, item.name);
+        const ordered_json entry = {{"name", item.name}, {"files", ordered_json::array()}};
+        auto rendered = std::make_shared<RenderedOutputs>();
+        std::string failure;
+        try {
+            material.model()->applyStateString(defaults);
+            applyEdits(material, item.edits);
+            request.variation = item.variation;
+            *rendered = renderOutputs(material, request);
+        } catch (const Failure& e) {
+            if (items.size() == 1) {
+                throw;
+            }
+            failure = e.what();
+        }
+        if (writing.files.valid()) {
+            record(*writing.item, writing.entry, [&] { return writing.files.get(); });
+            writing = WritingItem();
+        }
+        if (!failure.empty()) {
+            record(item, entry, [&]() -> std::vector<WrittenFile> { throw Failure(failure); });
+        } else if (i + 1 == items.size()) {
+            record(item, entry, [&] { return writeFiles(*rendered); });
+        } else {
+            writing = WritingItem{&item, entry, writeLater(rendered)};
+        }
     }
     if (json) {
         summary["failed"] = failed;
