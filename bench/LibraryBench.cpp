@@ -284,7 +284,7 @@ void EngineTweakNewValueOnNewThread(benchmark::State& state) {
     timeTweaks<EngineRig>(state, true, true);
 }
 // A fixed count, so that the library and the engine go through the same values.
-constexpr int kTweaks = 40;
+constexpr int kTweaks = 200;
 BENCHMARK(LibraryTweak)->Arg(10)->Iterations(kTweaks)->Unit(benchmark::kMillisecond)->Apply(timed);
 BENCHMARK(EngineTweak)->Arg(10)->Iterations(kTweaks)->Unit(benchmark::kMillisecond)->Apply(timed);
 BENCHMARK(LibraryTweakNewValue)->Arg(10)->Iterations(kTweaks)->Unit(benchmark::kMillisecond)->Apply(timed);

@@ -22,7 +22,7 @@ SIZE = 1024
 # As LibraryBench.cpp: fresh materials per first texture, tweaks before the clock, tweaks timed.
 FIRST_TEXTURES = 4
 WARMUP_TWEAKS = 16
-TWEAKS = 40
+TWEAKS = 200
 # Like the C++ bench's minimum time: creations are repeated for this long.
 CREATE_SECONDS = 0.5
 

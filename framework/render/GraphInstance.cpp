@@ -1,6 +1,7 @@
 #include "framework/render/GraphInstance.h"
 
 #include "framework/description/PackageDesc.h"
+#include "framework/render/LiveGraphs.h"
 
 #include <algorithm>
 #include <atomic>
@@ -19,6 +20,7 @@ uint64_t nextIdentity() {
 } // namespace
 
 GraphInstance::GraphInstance(const GraphDesc& desc) : mDesc(&desc), mIdentity(nextIdentity()) {
+    graphCreated(mIdentity);
     mOutputs.reserve(desc.outputs.size());
     for (const OutputDesc& output : desc.outputs) {
         mOutputs.emplace_back(new OutputInstance(output));
@@ -32,6 +34,7 @@ GraphInstance::GraphInstance(const GraphDesc& desc) : mDesc(&desc), mIdentity(ne
 GraphInstance::~GraphInstance() {
     mOutputs.clear();
     mInputs.clear();
+    graphDestroyed(mIdentity);
 }
 
 void instantiateGraphs(std::vector<boost::shared_ptr<GraphInstance>>& instances, const PackageDesc& package) {

@@ -1,6 +1,7 @@
 // RendererImpl's work on the render thread: contexts, linking, loading,
 // pushing values and outputs, and the engine's output-completed callback.
 #include "framework/description/PackageDesc.h"
+#include "framework/render/LiveGraphs.h"
 #include "framework/render/OutputInstance.h"
 #include "framework/render/RenderJob.h"
 #include "framework/render/RendererImpl.h"
@@ -220,8 +221,25 @@ void RendererImpl::runAll() {
         return;
     }
     for (const std::unique_ptr<RenderState>& state : states) {
-        run(*state);
+        releaseIfUnused(*state);
+        // A released state loads again only for a job.
+        if (state->handle != nullptr || !state->pending.empty()) {
+            run(*state);
+        }
     }
+}
+
+void RendererImpl::releaseIfUnused(RenderState& state) {
+    if (state.handle == nullptr || !state.pending.empty() || anyGraphAlive(state.graphs)) {
+        return;
+    }
+    // The engine's cached images and threads go with the handle. The
+    // assembly stays: a later job of the same key loads it again, without
+    // the packages, and pushes every value anew.
+    substanceHandleRelease(state.handle);
+    state.handle = nullptr;
+    state.engineInputs.clear();
+    state.lastPushed.clear();
 }
 
 } // namespace SubstanceAir

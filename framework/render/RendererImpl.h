@@ -40,7 +40,9 @@ public:
     void pushJob(std::unique_ptr<RenderJob> job);
 
     // Runs every state: links and loads what is not yet, pushes what
-    // changed, renders. Failures leave the jobs of the state pending.
+    // changed, renders. Failures leave the jobs of the state pending. A
+    // state that no living graph instance has pushed into, with nothing
+    // pending, first releases its engine handle (and the engine's memory).
     void runAll();
 
     // A graph instance's system inputs changed: the first state that holds
@@ -62,6 +64,7 @@ public:
 
 private:
     bool ensureContext();
+    void releaseIfUnused(RenderState& state);
     // Each returns the linker or engine status, 0 for success.
     int link(RenderState& state);
     int initHandle(RenderState& state);

@@ -334,4 +334,32 @@ TEST_F(RendererTest, StateKeyUpdatesGoToTheFirstStateHoldingTheGraphAlone) {
     EXPECT_EQ(renderer->states.size(), 4u);
 }
 
+TEST_F(RendererTest, AStateNoLivingGraphUsesReleasesItsHandleAndLoadsAgainForANewGraph) {
+    render({1, 2, 3});
+    // A second graph in the state keeps it loaded while it lives.
+    std::unique_ptr<GraphInstance> second(new GraphInstance(package->graphs()[0]));
+    std::swap(graph, second);
+    render({1});
+    std::swap(graph, second);
+    graph.reset();
+    renderer->runAll();
+    EXPECT_NE(onlyState().handle, nullptr);
+
+    second.reset();
+    kvtest::resetEngine();
+    renderer->runAll();
+    EXPECT_EQ(onlyState().handle, nullptr);
+    EXPECT_FALSE(onlyState().assembly.empty());
+    EXPECT_EQ(trace(), "");
+
+    // A new graph of the same package and key loads the kept assembly again,
+    // unlinked (the package is gone too), and every value is pushed anew.
+    graph.reset(new GraphInstance(package->graphs()[0]));
+    renderer->unregisterPackage(package->asmUid());
+    render({3});
+    EXPECT_EQ(trace(), "init set1:8 set2:0 set0:2 out2[3] hint2:0 hint0:2 out2050[3] start");
+    EXPECT_EQ(takeResults(3), 1);
+    EXPECT_EQ(renderer->states.size(), 1u);
+}
+
 } // namespace
