@@ -36,11 +36,9 @@ def main():
     os.environ["PYTHONPATH"] = os.pathsep.join(filter(None, [python, os.environ.get("PYTHONPATH")]))
     os.environ["KV_ENGINE_THREADS"] = "1"
     sys.path.insert(0, python)
-    from distributed import Client, LocalCluster
-
     from kvsubstance import batch
     from kvsubstance.batch.render import PackageBytes, render_variation
-    from kvsubstance.batch.runner import make_tasks, read_materials
+    from kvsubstance.batch.runner import make_tasks, read_materials, start_client
 
     scratch = pathlib.Path(tempfile.mkdtemp(prefix="kv-batch-bench-"))
 
@@ -65,8 +63,8 @@ def main():
 
     def on_cluster(workers, round):
         timed = job(f"workers-{workers}-{round}", 1)
-        with LocalCluster(n_workers=workers, threads_per_worker=1, processes=True, dashboard_address=None) \
-                as cluster, Client(cluster) as client:
+        client, cluster = start_client(None, workers)  # as the runner makes its own
+        with cluster, client:
             batch.run(job(f"warm-{workers}-{round}", 10_000, WARM_UP * workers), client=client)
             summary = batch.run(timed, client=client)
         assert summary.rendered == args.count, summary

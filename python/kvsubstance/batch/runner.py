@@ -9,6 +9,7 @@ import logging
 import os
 import time
 
+import dask
 from distributed import Client, LocalCluster, as_completed
 
 import kvsubstance
@@ -21,6 +22,10 @@ from kvsubstance.batch.render import PackageBytes, render_variation
 
 # Seconds the collector lets results gather between fetches; the progress line moves as often.
 COLLECT_PAUSE, COLLECT_POLL = 0.1, 0.01
+# Workers of the clusters the runner starts. Dask's statistical profiler
+# samples every thread's stack each 10 ms, and takes the GIL from the
+# task to do so: 58.9 against 69.1 variations per second on two workers.
+WORKER_CONFIG = {"distributed.worker.profile.enabled": False}
 # Future states that stay.
 ENDED = ("finished", "error", "cancelled")
 
@@ -99,8 +104,9 @@ def start_client(scheduler, workers):
     if scheduler is not None:
         return Client(scheduler), None
     # One single-threaded worker process per core: a render runs on one core, and the GIL is not shared.
-    cluster = LocalCluster(n_workers=workers or os.cpu_count(), threads_per_worker=1, processes=True,
-                           dashboard_address=None, silence_logs=logging.ERROR)
+    with dask.config.set(WORKER_CONFIG):
+        cluster = LocalCluster(n_workers=workers or os.cpu_count(), threads_per_worker=1, processes=True,
+                               dashboard_address=None, silence_logs=logging.ERROR)
     return Client(cluster), cluster
 
 
