@@ -64,10 +64,9 @@ private:
     bool mShown;
 };
 
-// An item whose files are being written, and where its report goes.
+// An item whose files are being written.
 struct WritingItem {
     const BatchItem* item = nullptr;
-    nlohmann::ordered_json entry;
     std::future<std::vector<WrittenFile>> files;
 };
 
@@ -98,26 +97,33 @@ int runRender(const ParsedArgs& args) {
 
     ordered_json summary = {{"items", ordered_json::array()}};
     size_t failed = 0;
-    auto record = [&](const BatchItem& item, ordered_json entry,
-                      const std::function<std::vector<WrittenFile>()>& files) {
-        try {
-            for (const WrittenFile& file : files()) {
-                entry["files"].push_back(fileJson(file));
-                if (!json) {
-                    std::printf("wrote %s (%dx%d, rendered as %s, written as %s)\n", file.path.c_str(),
-                                file.width, file.height, file.renderedAs.c_str(), file.writtenAs.c_str());
+    // An item's report: its files, written by `files`, or why it failed
+    // (`failure`, or what writing threw). One item failing leaves the others.
+    auto record = [&](const BatchItem& item, const std::function<std::vector<WrittenFile>()>& files,
+                      std::string failure) {
+        ordered_json entry = {{"name", item.name}, {"files", ordered_json::array()}};
+        if (failure.empty()) {
+            try {
+                for (const WrittenFile& file : files()) {
+                    entry["files"].push_back(fileJson(file));
+                    if (!json) {
+                        std::printf("wrote %s (%dx%d, rendered as %s, written as %s)\n", file.path.c_str(),
+                                    file.width, file.height, file.renderedAs.c_str(), file.writtenAs.c_str());
+                    }
                 }
+            } catch (const Failure& e) {
+                if (items.size() == 1) {
+                    throw;
+                }
+                failure = e.what();
             }
-        } catch (const Failure& e) {
-            // One item failing leaves the others to be written.
-            if (items.size() == 1) {
-                throw;
-            }
+        }
+        if (!failure.empty()) {
             ++failed;
-            entry["error"] = e.what();
+            entry["error"] = failure;
             if (!json) {
                 std::fprintf(stderr, "kvs render: %s: %s\n", kvUtil::printable(item.name).c_str(),
-                             kvUtil::printable(e.what()).c_str());
+                             kvUtil::printable(failure).c_str());
             }
         }
         summary["items"].push_back(entry);
@@ -131,7 +137,6 @@ int runRender(const ParsedArgs& args) {
     for (size_t i = 0; i < items.size(); ++i) {
         const BatchItem& item = items[i];
         progress.show(i + 1, item.name);
-        const ordered_json entry = {{"name", item.name}, {"files", ordered_json::array()}};
         auto rendered = std::make_shared<RenderedOutputs>();
         std::string failure;
         try {
@@ -146,15 +151,15 @@ int runRender(const ParsedArgs& args) {
             failure = e.what();
         }
         if (writing.files.valid()) {
-            record(*writing.item, writing.entry, [&] { return writing.files.get(); });
+            record(
+                *writing.item, [&] { return writing.files.get(); }, "");
             writing = WritingItem();
         }
-        if (!failure.empty()) {
-            record(item, entry, [&]() -> std::vector<WrittenFile> { throw Failure(failure); });
-        } else if (i + 1 == items.size()) {
-            record(item, entry, [&] { return writeFiles(*rendered); });
+        if (!failure.empty() || i + 1 == items.size()) {
+            record(
+                item, [&] { return writeFiles(*rendered); }, failure);
         } else {
-            writing = WritingItem{&item, entry, writeLater(rendered)};
+            writing = WritingItem{&item, writeLater(rendered)};
         }
     }
     if (json) {
