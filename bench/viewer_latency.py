@@ -4,8 +4,8 @@
 # set as a drag sets it (an input event on the range element), timed in the
 # page with performance.now() until the page has drawn every changed output
 # (and the 3D preview), and until the frame after that. Beside it: the
-# server's render time, as it reports it, and the page's two requests (the
-# value, then the images) from the browser's resource timings.
+# server's render time, as it reports it, and the page's request (the value,
+# answered with the changed images) from the browser's resource timings.
 #
 #   /usr/bin/python3 bench/viewer_latency.py [--build build/py] [--changes 30]
 import argparse
@@ -21,16 +21,16 @@ SIZE_LOG2 = 9
 # Times the 3D preview's redraw (its JavaScript and WebGL calls) on each update.
 TIME_PREVIEW = """
 const update = window.kvPreview.update;
-window.kvPreview.update = (outputs) => {
+window.kvPreview.update = (...images) => {
   const begun = performance.now();
-  update(outputs);
+  update(...images);
   kv.previewMs = performance.now() - begun;
 };
 """
 
 # Moves the slider to arguments[0] and answers in ms: from the input event
 # to drawn (the page has drawn the new images) and to frame (the next frame
-# has begun); the two requests' durations; and from the images' last byte to
+# has begun); the request's duration; and from the answer's last byte to
 # drawn. The page marks each finished update on body[data-version].
 CHANGE = """
 const [value, done] = arguments;
@@ -43,10 +43,9 @@ new MutationObserver((_, observer) => {
   requestAnimationFrame(() => {
     const frame = performance.now();
     const request = (path) => performance.getEntriesByType("resource").find((e) => e.name.includes(path));
-    const [post, images] = [request("api/value"), request("api/images")];
+    const post = request("api/value");
     done({drawn: drawn - begun, frame: frame - begun, post: post && post.duration,
-          images: images && images.duration, afterImages: images && drawn - images.responseEnd,
-          preview: kv.previewMs});
+          afterImages: post && drawn - post.responseEnd, preview: kv.previewMs});
   });
 }).observe(document.body, {attributes: true, attributeFilter: ["data-version"]});
 slider.value = value;
@@ -104,8 +103,8 @@ def wait(driver, script, seconds=30):
 
 def report(samples, changes):
     rows = [("input event to new images drawn", "drawn"), ("input event to the next frame", "frame"),
-            ("server render (all outputs, to 8-bit RGBA)", "render"),
-            ("request: the value (render included)", "post"), ("request: the images", "images"),
+            ("server render (changed outputs, to 8-bit images)", "render"),
+            ("request: the value, answered with the images", "post"),
             ("images received to drawn (canvases, 3D preview)", "afterImages"),
             ("of which the 3D preview's redraw", "preview")]
     print(f"{changes} slider changes at {1 << SIZE_LOG2}; load average now {os.getloadavg()[0]:.1f}")

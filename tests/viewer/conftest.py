@@ -38,12 +38,28 @@ def viewer(*arguments):
         assert process.wait(timeout=10) == 0, process.stderr.read()
 
 
+def read_update(data):
+    """An update's JSON, each image it lists with its bytes under "pixels"."""
+    length = int.from_bytes(data[:4], "little")
+    result = json.loads(data[4:4 + length])
+    offset = 4 + length
+    for image in result["images"]:
+        size = image["width"] * image["height"] * image["channels"]
+        image["pixels"] = data[offset:offset + size]
+        offset += size
+    assert offset == len(data), "bytes after the images"
+    return result
+
+
 def call(url, path, body=None):
-    """(status, decoded JSON) of a request to the viewer."""
+    """(status, decoded answer) of a request to the viewer: JSON, or an update."""
     data = body if body is None or isinstance(body, bytes) else json.dumps(body).encode()
     try:
         with urllib.request.urlopen(url + path, data=data, timeout=10) as response:
-            return response.status, json.loads(response.read())
+            answer = response.read()
+            if response.headers.get_content_type() == "application/octet-stream":
+                return response.status, read_update(answer)
+            return response.status, json.loads(answer)
     except urllib.error.HTTPError as error:
         return error.code, json.loads(error.read() or b"{}")
 

@@ -124,16 +124,50 @@ def test_images_come_back_to_back_in_the_order_asked(page):
     _, url = page
 
     def images(names):
-        with urllib.request.urlopen(url + "api/images?outputs=" + ",".join(names), timeout=10) as response:
-            return response.headers["X-Images"], response.read()
+        status, update = call(url, "api/images?outputs=" + ",".join(names))
+        assert status == 200
+        return update["images"]
 
-    singles = {name: images([name]) for name in ("Output", "height", "normal")}
-    layout, body = images(["height", "Output", "normal"])
-    assert layout == ",".join(singles[name][0] for name in ("height", "Output", "normal"))
-    assert body == b"".join(singles[name][1] for name in ("height", "Output", "normal"))
-    for entry in layout.split(","):
-        name, width, height = entry.split(":")
-        assert len(singles[name][1]) == int(width) * int(height) * 4
+    singles = {name: images([name])[0] for name in ("Output", "height", "normal")}
+    together = images(["height", "Output", "normal"])
+    assert together == [singles[name] for name in ("height", "Output", "normal")]
+    assert [image["channels"] for image in together] == [1, 4, 4]
+
+
+def test_an_edit_answers_with_the_images_it_changed(page):
+    _, url = page
+    status, edited = call(url, "api/value", {"id": "wear", "value": 0.25})
+    assert status == 200 and edited["images"]
+    _, now = call(url, "api/images?outputs=" + ",".join(image["id"] for image in edited["images"]))
+    assert now["images"] == edited["images"]
+    status, unchanged = call(url, "api/value", {"id": "wear", "value": 0.25})
+    assert status == 200 and unchanged["images"] == []
+
+
+def test_the_canvases_show_the_images_of_an_edit(page):
+    browser, url = page
+    version = browser.execute_script("""
+        const slider = document.querySelector('.kv-widget[data-input="wear"] input[type=range]');
+        slider.value = 0.6;
+        slider.dispatchEvent(new Event("input", {bubbles: true}));
+        return kv.version;""")
+    wait_until(browser, f"return kv.version > {version} && !kv.busy")
+    _, update = call(url, "api/images?outputs=height,Output")
+    step = 97
+    for image in update["images"]:
+        shown = browser.execute_script("""
+            const [id, step] = arguments;
+            const canvas = document.querySelector(`canvas[data-output="${id}"]`);
+            const data = canvas.getContext("2d").getImageData(0, 0, canvas.width, canvas.height).data;
+            const picked = [];
+            for (let i = 0; i < data.length / 4; i += step) picked.push(...data.slice(i * 4, i * 4 + 4));
+            return picked;""", image["id"], step)
+        channels, pixels = image["channels"], image["pixels"]
+        expected = []
+        for i in range(0, image["width"] * image["height"], step):
+            texel = list(pixels[i * channels:(i + 1) * channels])
+            expected += texel * 3 + [255] if channels == 1 else texel
+        assert shown == expected, image["id"]
 
 
 @pytest.mark.parametrize("path, body, status", [

@@ -4,6 +4,9 @@
 
 #include "engine/formats/TextureDecoder.h"
 
+#include <cstdint>
+#include <cstring>
+
 namespace kvs {
 
 kvimage::FloatImage textureLevelImage(const SubstanceTexture& texture, int level) {
@@ -28,6 +31,65 @@ kvimage::FloatImage textureLevelImage(const SubstanceTexture& texture, int level
         throw Failure(status.reason());
     }
     return image;
+}
+
+namespace {
+
+// Texels of `inChannels` samples each, into the display image's 1 or 4 bytes.
+template <typename Sample, typename ToByte>
+void spread(const Sample* in, int inChannels, bool opaque, ToByte toByte, DisplayImage& out) {
+    const size_t texels = out.bytes.size() / static_cast<size_t>(out.channels);
+    const size_t step = static_cast<size_t>(inChannels);
+    unsigned char* to = out.bytes.data();
+    if (out.channels == 1) {
+        for (size_t t = 0; t < texels; ++t) {
+            to[t] = toByte(in[t * step]);
+        }
+        return;
+    }
+    const bool alpha = inChannels == 4 && !opaque;
+    for (size_t t = 0; t < texels; ++t, in += step, to += 4) {
+        to[0] = toByte(in[0]);
+        to[1] = toByte(in[1]);
+        to[2] = toByte(in[2]);
+        to[3] = alpha ? toByte(in[3]) : 255;
+    }
+}
+
+} // namespace
+
+DisplayImage textureDisplayImage(const SubstanceTexture& texture) {
+    kvengine::TextureLevel layout;
+    if (kvengine::Status status = kvengine::recordLevel(texture, 0, layout); !status.ok()) {
+        throw Failure(status.reason());
+    }
+    const kvengine::TexelFormat& format = *layout.format;
+    DisplayImage out;
+    out.width = layout.width;
+    out.height = layout.height;
+    out.channels = format.channels == 1 ? 1 : 4;
+    out.bytes.resize(static_cast<size_t>(out.width) * static_cast<size_t>(out.height) *
+                     static_cast<size_t>(out.channels));
+    const auto* stored = static_cast<const unsigned char*>(texture.buffer) + layout.offset;
+    if (format.isFloat) {
+        const kvimage::FloatImage image = textureImage(texture);
+        spread(
+            image.texels.data(), image.channels, false,
+            [](float v) { return static_cast<unsigned char>(v > 0 ? (v < 1 ? v * 255 + 0.5f : 255) : 0); },
+            out);
+    } else if (format.channelBytes == 1) {
+        spread(
+            stored, format.channels, format.alphaForcedOne, [](unsigned char v) { return v; }, out);
+    } else {
+        // The buffer gives no alignment promise beyond bytes: copied into words first.
+        std::vector<uint16_t> words(static_cast<size_t>(out.width) * static_cast<size_t>(out.height) *
+                                    static_cast<size_t>(format.channels));
+        std::memcpy(words.data(), stored, words.size() * sizeof(uint16_t));
+        spread(
+            words.data(), format.channels, format.alphaForcedOne,
+            [](uint16_t v) { return static_cast<unsigned char>((v * 255u + 32767u) / 65535u); }, out);
+    }
+    return out;
 }
 
 bool borrowPngRows(const SubstanceTexture& texture, int level, int bitDepth, kvimage::PngImage& out) {

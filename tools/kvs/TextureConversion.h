@@ -7,6 +7,7 @@
 #include "platform/engine/EngineTypes.h"
 
 #include <string>
+#include <vector>
 
 namespace kvs {
 
@@ -17,6 +18,18 @@ kvimage::FloatImage textureLevelImage(const SubstanceTexture& texture, int level
 inline kvimage::FloatImage textureImage(const SubstanceTexture& texture) {
     return textureLevelImage(texture, 0);
 }
+
+// Level 0 at 8 bits a channel, for a screen: gray stays one channel, every
+// other layout becomes RGBA, opaque where the format has no alpha or forces
+// it. Deeper channels are rounded, floats clamped to [0, 1] (NaN to 0). A
+// Failure naming what is wrong with the texture otherwise.
+struct DisplayImage {
+    int width = 0;
+    int height = 0;
+    int channels = 0; // 1 or 4
+    std::vector<unsigned char> bytes;
+};
+DisplayImage textureDisplayImage(const SubstanceTexture& texture);
 
 // Level `level` as PNG rows borrowed from the texture's buffer, when the
 // texture stores unsigned bitDepth-bit channels (no rounding on the way, the

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <pthread.h>
 #include <sstream>
@@ -66,23 +67,50 @@ void answer(httplib::Response& response, const json& body) {
     response.set_content(dumped(body), "application/json");
 }
 
-// Writes images one after the other straight from the session's buffers: at
-// 512 a body of every output is 5 MiB, which a copy would first fault in.
-struct ImageBody {
-    std::vector<SharedImage> images;
+// An update goes out as one body: its JSON's length (32 bits, little-endian),
+// the JSON, which lists the images ({id, width, height, channels}), then the
+// images back to back, written straight from the session's buffers: at 512 a
+// body of every output is 2.5 MiB, which a copy would first fault in.
+struct UpdateBody {
+    std::string head;
+    NamedImages images;
 
     bool operator()(size_t offset, size_t length, httplib::DataSink& sink) const {
-        for (const SharedImage& image : images) {
-            const size_t size = image->rgba.size();
-            if (offset < size) {
-                const size_t count = std::min(length, size - offset);
-                return sink.write(reinterpret_cast<const char*>(image->rgba.data() + offset), count);
+        if (offset < head.size()) {
+            return sink.write(head.data() + offset, std::min(length, head.size() - offset));
+        }
+        offset -= head.size();
+        for (const auto& named : images) {
+            const std::vector<unsigned char>& bytes = named.second->bytes;
+            if (offset < bytes.size()) {
+                const size_t count = std::min(length, bytes.size() - offset);
+                return sink.write(reinterpret_cast<const char*>(bytes.data() + offset), count);
             }
-            offset -= size;
+            offset -= bytes.size();
         }
         return false;
     }
 };
+
+void answerUpdate(httplib::Response& response, Update update) {
+    json list = json::array();
+    size_t length = 0;
+    for (const auto& [id, image] : update.images) {
+        list.push_back(
+            {{"id", id}, {"width", image->width}, {"height", image->height}, {"channels", image->channels}});
+        length += image->bytes.size();
+    }
+    update.result["images"] = std::move(list);
+    const std::string text = dumped(update.result);
+    const auto size = static_cast<uint32_t>(text.size());
+    std::string head = {static_cast<char>(size & 0xFF), static_cast<char>((size >> 8) & 0xFF),
+                        static_cast<char>((size >> 16) & 0xFF), static_cast<char>(size >> 24)};
+    head += text;
+    length += head.size();
+    response.set_header("Cache-Control", "no-store");
+    response.set_content_provider(length, "application/octet-stream",
+                                  UpdateBody{std::move(head), std::move(update.images)});
+}
 
 void addRoutes(httplib::Server& server, ViewSession& session, const std::string& threeJs) {
     server.Get("/", [](const httplib::Request&, httplib::Response& response) {
@@ -102,36 +130,28 @@ void addRoutes(httplib::Server& server, ViewSession& session, const std::string&
     server.Get("/api/material", guarded([&session](const httplib::Request&, httplib::Response& response) {
                    answer(response, session.describe());
                }));
-    // The outputs named in ?outputs=a,b as one body of 8-bit RGBA images, one after the
-    // other; X-Images says "id:width:height,..." in the same order.
-    server.Get(
-        "/api/images", guarded([&session](const httplib::Request& request, httplib::Response& response) {
-            std::vector<SharedImage> images;
-            std::string layout;
-            size_t length = 0;
-            std::istringstream names(request.get_param_value("outputs"));
-            for (std::string name; std::getline(names, name, ',');) {
-                images.push_back(session.image(name));
-                length += images.back()->rgba.size();
-                layout += (layout.empty() ? "" : ",") + name + ":" + std::to_string(images.back()->width) +
-                          ":" + std::to_string(images.back()->height);
-            }
-            response.set_header("X-Images", layout);
-            response.set_header("Cache-Control", "no-store");
-            response.set_content_provider(length, "application/octet-stream", ImageBody{std::move(images)});
+    // The outputs named in ?outputs=a,b, in that order, as an update of no edit.
+    server.Get("/api/images",
+               guarded([&session](const httplib::Request& request, httplib::Response& response) {
+                   std::vector<std::string> outputs;
+                   std::istringstream names(request.get_param_value("outputs"));
+                   for (std::string name; std::getline(names, name, ',');) {
+                       outputs.push_back(name);
+                   }
+                   answerUpdate(response, {json::object(), session.images(outputs)});
+               }));
+    server.Post(
+        "/api/value", guarded([&session](const httplib::Request& request, httplib::Response& response) {
+            const json body = bodyObject(request);
+            answerUpdate(response, session.setValue(body.at("id").get<std::string>(), body.at("value")));
         }));
-    server.Post("/api/value",
-                guarded([&session](const httplib::Request& request, httplib::Response& response) {
-                    const json body = bodyObject(request);
-                    answer(response, session.setValue(body.at("id").get<std::string>(), body.at("value")));
-                }));
-    server.Post("/api/preset",
-                guarded([&session](const httplib::Request& request, httplib::Response& response) {
-                    answer(response, session.applyPreset(bodyObject(request).at("label").get<std::string>()));
-                }));
+    server.Post(
+        "/api/preset", guarded([&session](const httplib::Request& request, httplib::Response& response) {
+            answerUpdate(response, session.applyPreset(bodyObject(request).at("label").get<std::string>()));
+        }));
     server.Post("/api/state",
                 guarded([&session](const httplib::Request& request, httplib::Response& response) {
-                    answer(response, session.applyState(request.body));
+                    answerUpdate(response, session.applyState(request.body));
                 }));
     server.Get("/api/state", guarded([&session](const httplib::Request&, httplib::Response& response) {
                    response.set_header("Content-Disposition", "attachment; filename=\"material.state\"");

@@ -111,29 +111,13 @@ std::string valueText(kvSubstance::SubstanceInput& input, const json& value) {
     return text.str();
 }
 
-// Any output format as 8-bit RGBA: grey spreads to the colour channels, opaque without alpha.
-OutputImage toRgba(const SubstanceTexture& texture) {
-    kvimage::FloatImage image;
+// A rendered texture as the page shows it; one the page cannot show is the server's fault.
+SharedImage displayed(const SubstanceTexture& texture) {
     try {
-        image = textureImage(texture);
+        return std::make_shared<const DisplayImage>(textureDisplayImage(texture));
     } catch (const Failure& e) {
         throw RequestError(500, e.what());
     }
-    OutputImage out;
-    out.width = image.width;
-    out.height = image.height;
-    out.rgba.resize(static_cast<size_t>(image.width) * static_cast<size_t>(image.height) * 4);
-    const auto byte = [](float v) {
-        return static_cast<unsigned char>(std::lround(std::clamp(v, 0.0f, 1.0f) * 255.0f));
-    };
-    for (size_t t = 0; t < out.rgba.size() / 4; ++t) {
-        const float* in = image.texels.data() + t * static_cast<size_t>(image.channels);
-        for (int c = 0; c < 3; ++c) {
-            out.rgba[t * 4 + static_cast<size_t>(c)] = byte(in[image.channels >= 3 ? c : 0]);
-        }
-        out.rgba[t * 4 + 3] = image.channels == 4 ? byte(in[3]) : 255;
-    }
-    return out;
 }
 
 } // namespace
@@ -195,7 +179,7 @@ bool ViewSession::refresh() {
     return true;
 }
 
-json ViewSession::renderAll() {
+Update ViewSession::renderAll() {
     SubstanceAir::GraphInstance& graph = mMaterial->graph();
     const auto begin = std::chrono::steady_clock::now();
     std::vector<std::string> stale;
@@ -215,12 +199,11 @@ json ViewSession::renderAll() {
         queue.run();
     }
     std::map<std::string, SharedImage> images = mImages;
-    json changed = json::array();
+    NamedImages changed;
     for (const auto& output : graph.getOutputs()) {
         if (const std::unique_ptr<SubstanceAir::RenderResult> result = output->grabResult()) {
-            images[output->getDesc().identifier] =
-                std::make_shared<const OutputImage>(toRgba(result->getTexture()));
-            changed.push_back(output->getDesc().identifier);
+            const std::string& id = output->getDesc().identifier;
+            changed.emplace_back(id, images[id] = displayed(result->getTexture()));
         } else if (std::count(stale.begin(), stale.end(), output->getDesc().identifier) != 0) {
             throw RequestError(422, "output " + output->getDesc().identifier +
                                         " was not rendered: the engine refused the values");
@@ -229,14 +212,14 @@ json ViewSession::renderAll() {
     mImages = std::move(images);
     mRenderMs = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count();
     ++mVersion;
-    return {{"version", mVersion},
-            {"state", mMaterial->model()->getStateString().str()},
-            {"renderMs", mRenderMs},
-            {"changed", changed}};
+    return {{{"version", mVersion},
+             {"state", mMaterial->model()->getStateString().str()},
+             {"renderMs", mRenderMs}},
+            std::move(changed)};
 }
 
 template <typename Edit>
-json ViewSession::edit(Edit&& change) {
+Update ViewSession::edit(Edit&& change) {
     const std::lock_guard<std::mutex> guard(mLock);
     if (!mMaterial) {
         throw RequestError(409, "the source does not compile: " + mError);
@@ -254,7 +237,7 @@ json ViewSession::edit(Edit&& change) {
     }
 }
 
-json ViewSession::setValue(const std::string& identifier, const json& value) {
+Update ViewSession::setValue(const std::string& identifier, const json& value) {
     return edit([&](Material& material) {
         if (material.model()->getInput(kvString::CString(identifier.c_str())) == nullptr) {
             throw RequestError(404, "no input " + identifier);
@@ -265,7 +248,7 @@ json ViewSession::setValue(const std::string& identifier, const json& value) {
     });
 }
 
-json ViewSession::applyPreset(const std::string& label) {
+Update ViewSession::applyPreset(const std::string& label) {
     return edit([&](Material& material) {
         ValueEdits edits;
         edits.presets.push_back(label);
@@ -273,7 +256,7 @@ json ViewSession::applyPreset(const std::string& label) {
     });
 }
 
-json ViewSession::applyState(const std::string& text) {
+Update ViewSession::applyState(const std::string& text) {
     return edit([&](Material& material) {
         const std::string& url = material.model()->getPackageURL().str();
         if (text.compare(0, text.find('\n'), url) != 0 || text.find('\n') == std::string::npos) {
@@ -321,13 +304,17 @@ json ViewSession::describe() {
     return page;
 }
 
-SharedImage ViewSession::image(const std::string& output) {
+NamedImages ViewSession::images(const std::vector<std::string>& outputs) {
     const std::lock_guard<std::mutex> guard(mLock);
-    const auto found = mImages.find(output);
-    if (found == mImages.end() || !mError.empty()) {
-        throw RequestError(404, "no image of output " + output);
+    NamedImages found;
+    for (const std::string& output : outputs) {
+        const auto image = mImages.find(output);
+        if (image == mImages.end() || !mError.empty()) {
+            throw RequestError(404, "no image of output " + output);
+        }
+        found.emplace_back(output, image->second);
     }
-    return found->second;
+    return found;
 }
 
 } // namespace kvs::viewer

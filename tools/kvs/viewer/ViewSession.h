@@ -1,11 +1,12 @@
 // The material a viewer shows: loaded from packages, or compiled from a
 // package source and compiled again whenever the source changes. Edits go
 // through the library (values, presets, state strings) and each one renders
-// every output again, kept as 8-bit RGBA for the page. Thread-safe: the
+// the outputs it alters, kept at 8 bits a channel for the page. Thread-safe: the
 // server calls it from its worker threads.
 #pragma once
 
 #include "tools/kvs/Material.h"
+#include "tools/kvs/TextureConversion.h"
 
 #include <nlohmann/json.hpp>
 
@@ -15,6 +16,7 @@
 #include <mutex>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kvs::viewer {
@@ -26,13 +28,16 @@ struct RequestError : std::runtime_error {
     int status;
 };
 
-struct OutputImage {
-    int width = 0;
-    int height = 0;
-    std::vector<unsigned char> rgba;
-};
 // Images are shared, never changed: a request serves them without copying.
-using SharedImage = std::shared_ptr<const OutputImage>;
+using SharedImage = std::shared_ptr<const DisplayImage>;
+using NamedImages = std::vector<std::pair<std::string, SharedImage>>;
+
+// What an edit answers: {version, state, renderMs}, and the images of the
+// outputs the edit changed, all of one version.
+struct Update {
+    nlohmann::json result;
+    NamedImages images;
+};
 
 class ViewSession {
 public:
@@ -46,22 +51,21 @@ public:
 
     // Inputs, presets, outputs, state, version and any compile error, for the page.
     nlohmann::json describe();
-    // Each edit renders the outputs it alters and answers {version, state,
-    // renderMs, changed: the identifiers of those outputs}.
-    nlohmann::json setValue(const std::string& identifier, const nlohmann::json& value);
-    nlohmann::json applyPreset(const std::string& label);
-    nlohmann::json applyState(const std::string& text);
+    // Each edit renders the outputs it alters and answers with their images.
+    Update setValue(const std::string& identifier, const nlohmann::json& value);
+    Update applyPreset(const std::string& label);
+    Update applyState(const std::string& text);
     std::string state();
 
-    // The output as last rendered; a RequestError when there is none.
-    SharedImage image(const std::string& output);
+    // The outputs as last rendered, in the order named; a RequestError when
+    // one has no image.
+    NamedImages images(const std::vector<std::string>& outputs);
 
 private:
-    void load();
-    nlohmann::json renderAll();
+    Update renderAll();
     // Runs an edit; when it or the render after it fails, the previous values come back.
     template <typename Edit>
-    nlohmann::json edit(Edit&& change);
+    Update edit(Edit&& change);
 
     std::mutex mLock;
     std::string mPath, mStack;

@@ -1,6 +1,6 @@
 // The viewer page: builds a widget per input from /api/material, sends each
-// change to the server, which renders through the library, and draws every
-// output and the 3D preview again.
+// change to the server, which renders through the library and answers with
+// the images of the outputs that changed; draws them and the 3D preview.
 "use strict";
 
 const kv = { page: null, version: -1, busy: false, queued: null, changedAt: 0, lastUpdateMs: null };
@@ -15,8 +15,27 @@ async function api(path, options) {
   return body;
 }
 
+// The server's updates: a little-endian 32-bit length, that much JSON, then
+// the images it lists ({id, width, height, channels}) back to back.
+async function update(path, options) {
+  const response = await fetch(path, options);
+  if (!response.ok) {
+    const body = await response.json();
+    throw new Error(body.error || response.statusText);
+  }
+  const body = await response.arrayBuffer();
+  const length = new DataView(body).getUint32(0, true);
+  const result = JSON.parse(new TextDecoder().decode(new Uint8Array(body, 4, length)));
+  let offset = 4 + length;
+  for (const image of result.images) {
+    image.pixels = new Uint8Array(body, offset, image.width * image.height * image.channels);
+    offset += image.pixels.length;
+  }
+  return result;
+}
+
 function post(path, body) {
-  return api(path, { method: "POST", body: typeof body === "string" ? body : JSON.stringify(body) });
+  return update(path, { method: "POST", body: typeof body === "string" ? body : JSON.stringify(body) });
 }
 
 function showError(text) {
@@ -99,25 +118,35 @@ function makeWidget(input) {
 
 // ---- rendering ---------------------------------------------------------------
 
-// Draws the outputs named (all by default), fetched in one request, and refreshes the preview.
-async function drawAll(changed) {
-  const wanted = kv.page.outputs.filter((o) => !changed || changed.includes(o.id)).map((o) => o.id);
-  if (!wanted.length) return;
-  const response = await fetch("api/images?outputs=" + wanted.map(encodeURIComponent).join(","));
-  if (!response.ok) return;
-  const body = await response.arrayBuffer();
-  let offset = 0;
-  for (const entry of response.headers.get("X-Images").split(",")) {
-    const [id, width, height] = entry.split(":");
-    const size = width * height * 4;
-    const canvas = document.querySelector(`canvas[data-output="${CSS.escape(id)}"]`);
-    canvas.width = +width;
-    canvas.height = +height;
-    const pixels = new Uint8ClampedArray(body, offset, size);
-    canvas.getContext("2d").putImageData(new ImageData(pixels, +width, +height), 0, 0);
-    offset += size;
+// The opaque RGBA texel of each gray level, as a little-endian word (every
+// browser's platform is little-endian).
+const grayTexels = Uint32Array.from({ length: 256 }, (_, v) => (0xff000000 | v * 0x010101) >>> 0);
+
+// RGBA for a canvas; a gray image spread to the colour channels, opaque.
+function rgba(image) {
+  const { pixels, width, height } = image;
+  if (image.channels === 4) return new Uint8ClampedArray(pixels.buffer, pixels.byteOffset, pixels.length);
+  const out = new Uint8ClampedArray(width * height * 4);
+  const texels = new Uint32Array(out.buffer);
+  for (let i = 0; i < pixels.length; ++i) texels[i] = grayTexels[pixels[i]];
+  return out;
+}
+
+// Draws the images of an update, then the preview with them.
+function draw(images) {
+  for (const image of images) {
+    const canvas = document.querySelector(`canvas[data-output="${CSS.escape(image.id)}"]`);
+    if (!canvas) continue;
+    canvas.width = image.width;
+    canvas.height = image.height;
+    canvas.getContext("2d").putImageData(new ImageData(rgba(image), image.width, image.height), 0, 0);
   }
-  if (window.kvPreview) window.kvPreview.update(kv.page.outputs);
+  if (images.length && window.kvPreview) window.kvPreview.update(kv.page.outputs, images);
+}
+
+async function drawAll() {
+  const ids = kv.page.outputs.map((o) => encodeURIComponent(o.id));
+  if (ids.length) draw((await update("api/images?outputs=" + ids.join(","))).images);
 }
 
 function showResult(result) {
@@ -140,7 +169,7 @@ async function change(id, value) {
       const next = kv.queued;
       kv.queued = null;
       const result = await post("api/value", next);
-      await drawAll(result.changed);
+      draw(result.images);
       showResult(result);
     }
     showError("");
@@ -151,11 +180,14 @@ async function change(id, value) {
   }
 }
 
+// A preset or a state changes any number of inputs: the widgets are built again.
 async function whole(path, body) {
   kv.changedAt = performance.now();
   try {
     const result = await post(path, body);
-    await load();
+    kv.page = await api("api/material");
+    buildInputs(kv.page);
+    draw(result.images);
     showResult(result);
   } catch (e) {
     showError(e.message);
@@ -164,7 +196,7 @@ async function whole(path, body) {
 
 // ---- the page ------------------------------------------------------------------
 
-function build(page) {
+function buildInputs(page) {
   document.title = "kvs view: " + (page.label || page.url || "");
   $("kv-title").textContent = page.label || page.url || "";
   const inputs = $("kv-inputs");
@@ -179,6 +211,9 @@ function build(page) {
   $("kv-size").replaceChildren(...[6, 7, 8, 9, 10, 11].map((n) =>
     new Option(`${1 << n} × ${1 << n}`, n, false, size && size.value[0] === n)));
   $("kv-state").value = page.state;
+}
+
+function buildOutputs(page) {
   const outputs = $("kv-outputs");
   outputs.replaceChildren(...page.outputs.map((output) => {
     const figure = document.createElement("figure");
@@ -200,8 +235,9 @@ async function load() {
   $("kv-outputs").classList.toggle("kv-hidden", !!page.error);
   $("kv-preview").classList.toggle("kv-hidden", !!page.error);
   if (page.inputs) {
-    build(page);
-    await drawAll();
+    buildInputs(page);
+    buildOutputs(page);
+    if (!page.error) await drawAll(); // while the source does not compile, the page shows why instead
   }
   document.body.dataset.version = page.version;
 }
