@@ -16,21 +16,41 @@ async function api(path, options) {
 }
 
 // The server's updates: a little-endian 32-bit length, that much JSON, then
-// the images it lists ({id, width, height, channels}) back to back.
+// the images it lists ({id, width, height, channels}) back to back. Each
+// image goes to drawImage as soon as its bytes are in, while the rest still
+// arrive; then the preview takes them all.
 async function update(path, options) {
   const response = await fetch(path, options);
   if (!response.ok) {
     const body = await response.json();
     throw new Error(body.error || response.statusText);
   }
-  const body = await response.arrayBuffer();
-  const length = new DataView(body).getUint32(0, true);
-  const result = JSON.parse(new TextDecoder().decode(new Uint8Array(body, 4, length)));
-  let offset = 4 + length;
-  for (const image of result.images) {
-    image.pixels = new Uint8Array(body, offset, image.width * image.height * image.channels);
-    offset += image.pixels.length;
+  const body = new Uint8Array(+response.headers.get("Content-Length"));
+  const reader = response.body.getReader();
+  let received = 0, result = null, offset = 0, drawn = 0;
+  for (;;) {
+    const { done, value } = await reader.read();
+    if (done) break;
+    if (received + value.length > body.length) throw new Error("the server sent more than it announced");
+    body.set(value, received);
+    received += value.length;
+    if (!result && received >= 4) {
+      const length = new DataView(body.buffer).getUint32(0, true);
+      if (received < 4 + length) continue;
+      result = JSON.parse(new TextDecoder().decode(body.subarray(4, 4 + length)));
+      offset = 4 + length;
+    }
+    for (; result && drawn < result.images.length; ++drawn) {
+      const image = result.images[drawn];
+      const size = image.width * image.height * image.channels;
+      if (received < offset + size) break;
+      image.pixels = body.subarray(offset, offset + size);
+      offset += size;
+      drawImage(image);
+    }
   }
+  if (!result || drawn < result.images.length) throw new Error("the server's answer was cut short");
+  if (result.images.length && window.kvPreview) window.kvPreview.update(kv.page.outputs, result.images);
   return result;
 }
 
@@ -132,21 +152,17 @@ function rgba(image) {
   return out;
 }
 
-// Draws the images of an update, then the preview with them.
-function draw(images) {
-  for (const image of images) {
-    const canvas = document.querySelector(`canvas[data-output="${CSS.escape(image.id)}"]`);
-    if (!canvas) continue;
-    canvas.width = image.width;
-    canvas.height = image.height;
-    canvas.getContext("2d").putImageData(new ImageData(rgba(image), image.width, image.height), 0, 0);
-  }
-  if (images.length && window.kvPreview) window.kvPreview.update(kv.page.outputs, images);
+function drawImage(image) {
+  const canvas = document.querySelector(`canvas[data-output="${CSS.escape(image.id)}"]`);
+  if (!canvas) return;
+  canvas.width = image.width;
+  canvas.height = image.height;
+  canvas.getContext("2d").putImageData(new ImageData(rgba(image), image.width, image.height), 0, 0);
 }
 
 async function drawAll() {
   const ids = kv.page.outputs.map((o) => encodeURIComponent(o.id));
-  if (ids.length) draw((await update("api/images?outputs=" + ids.join(","))).images);
+  if (ids.length) await update("api/images?outputs=" + ids.join(","));
 }
 
 function showResult(result) {
@@ -168,9 +184,7 @@ async function change(id, value) {
     while (kv.queued) {
       const next = kv.queued;
       kv.queued = null;
-      const result = await post("api/value", next);
-      draw(result.images);
-      showResult(result);
+      showResult(await post("api/value", next));
     }
     showError("");
   } catch (e) {
@@ -187,7 +201,6 @@ async function whole(path, body) {
     const result = await post(path, body);
     kv.page = await api("api/material");
     buildInputs(kv.page);
-    draw(result.images);
     showResult(result);
   } catch (e) {
     showError(e.message);
