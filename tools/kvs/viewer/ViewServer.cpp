@@ -70,7 +70,7 @@ void answer(httplib::Response& response, const json& body) {
 // An update goes out as one body: its JSON's length (32 bits, little-endian),
 // the JSON, which lists the images ({id, width, height, channels}), then the
 // images back to back, written straight from the session's buffers: at 512 a
-// body of every output is 2.5 MiB, which a copy would first fault in.
+// body of every output is 2.75 MiB, which a copy would first fault in.
 struct UpdateBody {
     std::string head;
     NamedImages images;
