@@ -5,6 +5,7 @@
 # again and again fails alone, with the scheduler's reason.
 import dataclasses
 import hashlib
+import json
 import logging
 import os
 import time
@@ -17,7 +18,7 @@ from kvsubstance.batch.files import remove_partials
 from kvsubstance.batch.job import JobError
 from kvsubstance.batch.manifest import Manifest
 from kvsubstance.batch.progress import Progress
-from kvsubstance.batch.render import PackageBytes, render_variation
+from kvsubstance.batch.render import PackageBytes, render_variation_line
 
 
 # Seconds the collector lets results gather between fetches; the progress line moves as often.
@@ -124,7 +125,7 @@ def submit(client, tasks, materials):
     plugin = f"kv-packages-{hashlib.sha256(''.join(sorted(parts)).encode()).hexdigest()}"
     client.register_worker_plugin(PackageBytes(parts), name=plugin)
     # One graph for all the tasks: a submit each costs the scheduler a message and a graph update each.
-    futures = client.map(render_variation, tasks, pure=False)
+    futures = client.map(render_variation_line, tasks, pure=False)
     return plugin, dict(zip(futures, tasks))
 
 
@@ -161,7 +162,8 @@ def collect(client, pending, manifest, summary, progress):
         results = client.gather({future.key: future for future in finished}, errors="skip") if finished else {}
         for future in done:
             task = pending.pop(future)
-            record = results.get(future.key) or failure_record(task, future)
+            line = results.get(future.key)
+            record = failure_record(task, future) if line is None else json.loads(line)
             manifest.add(record)
             if record["status"] == "rendered":
                 summary.rendered += 1
