@@ -21,8 +21,11 @@ from kvsubstance.batch.progress import Progress
 from kvsubstance.batch.render import PackageBytes, render_variation_line
 
 
-# Seconds the collector lets results gather between fetches; the progress line moves as often.
-COLLECT_PAUSE, COLLECT_POLL = 0.1, 0.01
+# Seconds the collector lets results gather between fetches; the progress line
+# moves as often. A fetch costs the scheduler and each worker holding a result
+# a round of messages: every 0.1 s, Dask took 5.4 ms of CPU per variation on
+# two workers, every 0.5 s 4.5 ms.
+COLLECT_PAUSE, COLLECT_POLL = 0.5, 0.01
 # Settings of the clusters the runner starts (a user's cluster is left as it is).
 CLUSTER_CONFIG = {
     # Dask's statistical profiler samples every thread's stack each 10 ms, and takes
