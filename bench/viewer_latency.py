@@ -111,7 +111,7 @@ def report(samples, changes):
     print(f"| {'ms':<48} | {'median':>7} | {'90th %':>7} |")
     print(f"|{'-' * 50}|{'-' * 8}:|{'-' * 8}:|")
     for label, name in rows:
-        values = samples[name]
+        values = [v for v in samples[name] if v is not None]  # a resource timing may come late
         print(f"| {label:<48} | {statistics.median(values):7.1f} | "
               f"{statistics.quantiles(values, n=10)[-1]:7.1f} |")
 
