@@ -81,8 +81,10 @@
       const output = find(outputs, usages, pattern);
       const image = output && images.find((i) => i.id === output.id);
       if (image) {
-        fill(textures[slot] = textures[slot] || newTexture(slot), image);
-      } else if (!output) {
+        textures[slot] = textures[slot] || newTexture(slot);
+        fill(textures[slot], image);
+      } else if (!output && textures[slot]) {
+        textures[slot].dispose(); // a recompiled source lost the output
         delete textures[slot];
       }
       maps = maps || material[slot] !== (textures[slot] || null);
