@@ -35,24 +35,25 @@ kvimage::FloatImage textureLevelImage(const SubstanceTexture& texture, int level
 
 namespace {
 
-// Texels of `inChannels` samples each, into the display image's 1 or 4 bytes.
-template <typename Sample, typename ToByte>
-void spread(const Sample* in, int inChannels, bool opaque, ToByte toByte, DisplayImage& out) {
+// Texels of `inChannels` samples each, into the display image's 1 or 4
+// bytes; byteOf(i) is sample i of the level as a byte.
+template <typename ByteOf>
+void spread(int inChannels, bool opaque, ByteOf byteOf, DisplayImage& out) {
     const size_t texels = out.bytes.size() / static_cast<size_t>(out.channels);
     const size_t step = static_cast<size_t>(inChannels);
     unsigned char* to = out.bytes.data();
     if (out.channels == 1) {
         for (size_t t = 0; t < texels; ++t) {
-            to[t] = toByte(in[t * step]);
+            to[t] = byteOf(t * step);
         }
         return;
     }
     const bool alpha = inChannels == 4 && !opaque;
-    for (size_t t = 0; t < texels; ++t, in += step, to += 4) {
-        to[0] = toByte(in[0]);
-        to[1] = toByte(in[1]);
-        to[2] = toByte(in[2]);
-        to[3] = alpha ? toByte(in[3]) : 255;
+    for (size_t t = 0, in = 0; t < texels; ++t, in += step, to += 4) {
+        to[0] = byteOf(in);
+        to[1] = byteOf(in + 1);
+        to[2] = byteOf(in + 2);
+        to[3] = alpha ? byteOf(in + 3) : 255;
     }
 }
 
@@ -74,20 +75,24 @@ DisplayImage textureDisplayImage(const SubstanceTexture& texture) {
     if (format.isFloat) {
         const kvimage::FloatImage image = textureImage(texture);
         spread(
-            image.texels.data(), image.channels, false,
-            [](float v) { return static_cast<unsigned char>(v > 0 ? (v < 1 ? v * 255 + 0.5f : 255) : 0); },
+            image.channels, false,
+            [&](size_t i) {
+                const float v = image.texels[i];
+                return static_cast<unsigned char>(v > 0 ? (v < 1 ? v * 255 + 0.5f : 255) : 0);
+            },
             out);
     } else if (format.channelBytes == 1) {
         spread(
-            stored, format.channels, format.alphaForcedOne, [](unsigned char v) { return v; }, out);
+            format.channels, format.alphaForcedOne, [stored](size_t i) { return stored[i]; }, out);
     } else {
-        // The buffer gives no alignment promise beyond bytes: copied into words first.
-        std::vector<uint16_t> words(static_cast<size_t>(out.width) * static_cast<size_t>(out.height) *
-                                    static_cast<size_t>(format.channels));
-        std::memcpy(words.data(), stored, words.size() * sizeof(uint16_t));
         spread(
-            words.data(), format.channels, format.alphaForcedOne,
-            [](uint16_t v) { return static_cast<unsigned char>((v * 255u + 32767u) / 65535u); }, out);
+            format.channels, format.alphaForcedOne,
+            [stored](size_t i) {
+                uint16_t v; // the buffer promises no alignment beyond bytes
+                std::memcpy(&v, stored + 2 * i, sizeof v);
+                return static_cast<unsigned char>((v * 255u + 32767u) / 65535u);
+            },
+            out);
     }
     return out;
 }
