@@ -144,14 +144,24 @@ def test_an_edit_answers_with_the_images_it_changed(page):
     assert status == 200 and unchanged["images"] == []
 
 
-def test_the_canvases_show_the_images_of_an_edit(page):
+# Edits in turn, so the page reuses its buffers; the second reads the body as
+# a browser without byte streams would, chunk by chunk.
+@pytest.mark.parametrize("wear, reader", [(0.6, "byob"), (0.3, "chunks")])
+def test_the_canvases_show_the_images_of_an_edit(page, wear, reader):
     browser, url = page
     version = browser.execute_script("""
+        const [wear, reader] = arguments;
+        const getReader = window.kvGetReader = ReadableStream.prototype.getReader;
+        ReadableStream.prototype.getReader = function (options) {
+          if (reader === "chunks" && options && options.mode === "byob") throw new TypeError("no byte stream");
+          return getReader.call(this, options);
+        };
         const slider = document.querySelector('.kv-widget[data-input="wear"] input[type=range]');
-        slider.value = 0.6;
+        slider.value = wear;
         slider.dispatchEvent(new Event("input", {bubbles: true}));
-        return kv.version;""")
+        return kv.version;""", wear, reader)
     wait_until(browser, f"return kv.version > {version} && !kv.busy")
+    browser.execute_script("ReadableStream.prototype.getReader = window.kvGetReader")
     _, update = call(url, "api/images?outputs=height,Output")
     step = 97
     for image in update["images"]:

@@ -57,8 +57,13 @@
   }
 
   // The map of an image as the server sent it: a gray one stays one channel.
+  // Its texels are copied into the texture's own, kept from the last time
+  // (the page reuses the buffer the image arrived in).
   function fill(texture, image) {
-    texture.image = { data: image.pixels, width: image.width, height: image.height };
+    const kept = texture.image.data;
+    const data = kept && kept.length === image.pixels.length ? kept : new Uint8Array(image.pixels.length);
+    data.set(image.pixels);
+    texture.image = { data, width: image.width, height: image.height };
     texture.format = image.channels === 1 ? THREE.LuminanceFormat : THREE.RGBAFormat;
     texture.needsUpdate = true;
   }
