@@ -82,6 +82,9 @@ def test_moving_a_slider_renders_new_images(page):
 
 def test_a_preset_applies_and_the_3d_preview_is_lit(page):
     browser, url = page
+    browser.execute_script("""
+        const update = kvPreview.update;
+        kvPreview.update = (...images) => { update(...images); kv.previewRatio = kvPreview.renderer.getPixelRatio(); };""")
     Select(browser.find_element(By.ID, "kv-presets")).select_by_visible_text("Old courtyard")
     wait_until(browser, "return document.getElementById('kv-seed').value === '7'")
     ready(browser)
@@ -92,6 +95,11 @@ def test_a_preset_applies_and_the_3d_preview_is_lit(page):
         "const m = kvPreview.material; return [m.map, m.normalMap, m.roughnessMap, m.displacementMap, m.aoMap]"
         ".map(t => !!t)")
     assert maps == [True] * 5
+    # WebGL runs in software here: the edit was drawn at half resolution, and
+    # the preview comes back to full once edits pause.
+    full = browser.execute_script("return window.devicePixelRatio || 1")
+    assert browser.execute_script("return kv.previewRatio") == full / 2
+    wait_until(browser, f"return kvPreview.renderer.getPixelRatio() === {full}")
     # The preview shows something other than its background: sample its pixels.
     spread = browser.execute_script("""
         const source = document.getElementById('kv-3d');
