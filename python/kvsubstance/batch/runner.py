@@ -11,7 +11,7 @@ import os
 import time
 
 import dask
-from distributed import Client, LocalCluster, as_completed
+from distributed import Client, LocalCluster
 
 import kvsubstance
 from kvsubstance.batch.files import remove_partials
@@ -25,7 +25,10 @@ from kvsubstance.batch.render import PackageBytes, render_variation_line
 # moves as often. A fetch costs the scheduler and each worker holding a result
 # a round of messages: every 0.1 s, Dask took 5.4 ms of CPU per variation on
 # two workers, every 0.5 s 4.5 ms.
-COLLECT_PAUSE, COLLECT_POLL = 0.5, 0.01
+COLLECT_PAUSE = 0.5
+# How often the futures are looked at: every COLLECT_POLL when FEW_LEFT are
+# left to finish, less often the more are left.
+COLLECT_POLL, FEW_LEFT = 0.01, 8
 # Settings of the clusters the runner starts (a user's cluster is left as it is).
 CLUSTER_CONFIG = {
     # Dask's statistical profiler samples every thread's stack each 10 ms, and takes
@@ -162,27 +165,36 @@ def failure_record(task, future):
             "format": task["format"], "status": "failed", "reason": f"{type(error).__name__}: {error}"}
 
 
+def finished(pending):
+    """{future: status} of the futures of pending that have ended, once
+    there are some and COLLECT_PAUSE has passed, or all of them have.
+    Futures are looked at, not waited for: Dask's as_completed runs a
+    coroutine per future on the scheduler's event loop, which here takes
+    its CPU from the renders."""
+    until = time.monotonic() + COLLECT_PAUSE
+    while True:
+        done = {}
+        for future in pending:
+            status = future.status  # it changes under us: read once
+            if status in ENDED:
+                done[future] = status
+        if len(done) == len(pending) or (done and time.monotonic() >= until):
+            return done
+        # Looked at more often as fewer are left: a look costs a little per future.
+        time.sleep(min(COLLECT_PAUSE, COLLECT_POLL * max(1, (len(pending) - len(done)) / FEW_LEFT)))
+
+
 def collect(client, pending, manifest, summary, progress):
-    finishing = as_completed(pending)
-    while not finishing.is_empty():
-        done = finishing.next_batch(block=True)
+    while pending:
         # Results fetched some at a time: each fetch costs the scheduler and
         # the workers several messages, more than a render's files at 512.
-        # The last ones are fetched as soon as they are all in.
-        until = time.monotonic() + COLLECT_PAUSE
-        while len(done) < len(pending) and time.monotonic() < until:
-            time.sleep(COLLECT_POLL)
-            done += finishing.next_batch(block=False)
-        status = {future: future.status for future in done}  # it changes under us: read once
-        # A result lost with its worker is being made again: it comes back.
-        for future in done:
-            if status[future] not in ENDED:
-                finishing.add(future)
-        done = [future for future in done if status[future] in ENDED]
-        finished = [future for future in done if status[future] == "finished"]
+        # A result lost with its worker since is being made again: it stays
+        # pending, and comes back.
+        done = finished(pending)
+        finished_now = [future for future, status in done.items() if status == "finished"]
         # By key: one lost from now on is made again within the gather, and
         # one that then fails comes back as None.
-        results = client.gather({future.key: future for future in finished}, errors="skip") if finished else {}
+        results = client.gather({future.key: future for future in finished_now}, errors="skip") if finished_now else {}
         for future in done:
             task = pending.pop(future)
             line = results.get(future.key)
