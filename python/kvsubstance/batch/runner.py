@@ -151,7 +151,7 @@ def submit(client, tasks, materials):
     plugin = f"kv-packages-{hashlib.sha256(''.join(sorted(parts)).encode()).hexdigest()}"
     client.register_worker_plugin(PackageBytes(parts), name=plugin)
     # One graph for all the tasks: a submit each costs the scheduler a message and a graph update each.
-    futures = client.map(render_variation_line, tasks, pure=False)
+    futures = client.map(render_variation_line, [json.dumps(task).encode() for task in tasks], pure=False)
     return plugin, dict(zip(futures, tasks))
 
 
