@@ -170,6 +170,49 @@ def test_the_canvases_show_the_images_of_an_edit(page, wear, reader):
         return kv.version;""", wear, reader)
     wait_until(browser, f"return kv.version > {version} && !kv.busy")
     browser.execute_script("ReadableStream.prototype.getReader = window.kvGetReader")
+    assert_canvases_show_the_server_images(browser, url)
+
+
+# As when a preset is chosen while an edit's images still arrive, over a
+# network slow enough that the bodies come in turns: with a browser's byte
+# streams, in small pieces, and without them, chunk by chunk.
+@pytest.mark.parametrize("reader", ["byob", "chunks"])
+def test_updates_at_once_each_read_their_own_body(page, reader):
+    browser, url = page
+    error = browser.execute_async_script("""
+        const [reader, done] = arguments;
+        const getReader = ReadableStream.prototype.getReader;
+        const reads = [ReadableStreamBYOBReader.prototype.read, ReadableStreamDefaultReader.prototype.read];
+        ReadableStream.prototype.getReader = function (options) {
+          if (reader === "chunks" && options && options.mode === "byob") throw new TypeError("no byte stream");
+          return getReader.call(this, options);
+        };
+        ReadableStreamBYOBReader.prototype.read = async function (view) {
+          const piece = new Uint8Array(view.buffer, view.byteOffset, Math.min(view.byteLength, 1 << 16));
+          const result = await reads[0].call(this, piece);
+          await new Promise((resolve) => setTimeout(resolve, 0));
+          return result;
+        };
+        ReadableStreamDefaultReader.prototype.read = async function () {
+          const result = await reads[1].call(this);
+          await new Promise((resolve) => setTimeout(resolve, 0));
+          return result;
+        };
+        for (const canvas of document.querySelectorAll("canvas.kv-output")) {
+          canvas.getContext("2d").clearRect(0, 0, canvas.width, canvas.height);
+        }
+        // The same images in other orders: a body read into another's buffer shows.
+        Promise.all(["height,Output,normal", "normal,Output,height", "Output,height"].map((ids) => update("api/images?outputs=" + ids)))
+          .then(() => done(null), (e) => done(String(e)))
+          .finally(() => {
+            ReadableStream.prototype.getReader = getReader;
+            [ReadableStreamBYOBReader.prototype.read, ReadableStreamDefaultReader.prototype.read] = reads;
+          });""", reader)
+    assert error is None
+    assert_canvases_show_the_server_images(browser, url)
+
+
+def assert_canvases_show_the_server_images(browser, url):
     _, update = call(url, "api/images?outputs=height,Output")
     step = 97
     for image in update["images"]:

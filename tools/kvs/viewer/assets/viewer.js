@@ -15,20 +15,23 @@ async function api(path, options) {
   return body;
 }
 
-// Memory the page keeps between updates: the body's buffer, and each
-// canvas's RGBA texels. Fresh memory of a few MiB cost more to fault in than
-// the bytes took to arrive (11 ms against 20 for an update at 512 in
+// Memory the page keeps between updates: a buffer to read bodies into, and
+// each canvas's RGBA texels. Fresh memory of a few MiB cost more to fault in
+// than the bytes took to arrive (11 ms against 20 for an update at 512 in
 // headless Chromium), and a slider drag asks for it many times a second.
-let bodyBuffer = new ArrayBuffer(0);
+let spareBuffer = new ArrayBuffer(0);
 const canvasTexels = new WeakMap();
 
-// Reads the body into bodyBuffer, reusing it, and calls arrived(bytes) each
-// time more is in: bytes spans what has arrived so far. Reads into the buffer
-// itself where the browser can (a BYOB reader), else copies each chunk.
+// Reads the body, and calls arrived(bytes) each time more is in: bytes spans
+// what has arrived so far; the whole body. The spare buffer is the update's
+// own until it gives it back (another update at the same time gets a new
+// one), read into where the browser can (a BYOB reader), else filled chunk
+// by chunk.
 async function receive(response, arrived) {
   const length = +response.headers.get("Content-Length");
   if (!Number.isSafeInteger(length)) throw new Error("the server's answer has no length");
-  if (bodyBuffer.byteLength < length) bodyBuffer = new ArrayBuffer(length);
+  let buffer = spareBuffer.byteLength >= length ? spareBuffer : new ArrayBuffer(length);
+  spareBuffer = new ArrayBuffer(0);
   let received = 0;
   let reader = null;
   try {
@@ -38,12 +41,12 @@ async function receive(response, arrived) {
   }
   if (reader) {
     while (received < length) {
-      // The read hands bodyBuffer to the stream and gives it back as value.buffer.
-      const { done, value } = await reader.read(new Uint8Array(bodyBuffer, received, length - received));
-      if (value) bodyBuffer = value.buffer;
+      // The read takes the buffer and gives it back as value.buffer.
+      const { done, value } = await reader.read(new Uint8Array(buffer, received, length - received));
+      if (value) buffer = value.buffer;
       if (done) break;
       received += value.byteLength;
-      arrived(new Uint8Array(bodyBuffer, 0, received));
+      arrived(new Uint8Array(buffer, 0, received));
     }
     reader.releaseLock();
   } else {
@@ -52,12 +55,12 @@ async function receive(response, arrived) {
       const { done, value } = await chunks.read();
       if (done) break;
       if (received + value.length > length) throw new Error("the server sent more than it announced");
-      new Uint8Array(bodyBuffer).set(value, received);
+      new Uint8Array(buffer).set(value, received);
       received += value.length;
-      arrived(new Uint8Array(bodyBuffer, 0, received));
+      arrived(new Uint8Array(buffer, 0, received));
     }
   }
-  return new Uint8Array(bodyBuffer, 0, received);
+  return new Uint8Array(buffer, 0, received);
 }
 
 // The server's updates: a little-endian 32-bit length, that much JSON, then
@@ -93,11 +96,16 @@ async function update(path, options) {
       drawImage(result.images[drawn], ready);
     }
   });
-  if (!result || drawn < result.images.length) throw new Error("the server's answer was cut short");
-  // The views handed out while reading may belong to a buffer since passed
-  // on: the preview takes the whole body's.
-  for (const [k, image] of result.images.entries()) image.pixels = pixels(body, k);
-  if (result.images.length && window.kvPreview) window.kvPreview.update(kv.page.outputs, result.images);
+  try {
+    if (!result || drawn < result.images.length) throw new Error("the server's answer was cut short");
+    // The views handed out while reading may belong to a buffer since passed
+    // on: the preview takes the whole body's, and copies them.
+    for (const [k, image] of result.images.entries()) image.pixels = pixels(body, k);
+    if (result.images.length && window.kvPreview) window.kvPreview.update(kv.page.outputs, result.images);
+  } finally {
+    for (const image of result ? result.images : []) delete image.pixels;
+    spareBuffer = body.buffer;
+  }
   return result;
 }
 
