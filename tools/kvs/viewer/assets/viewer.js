@@ -74,11 +74,12 @@ async function update(path, options) {
     throw new Error(body.error || response.statusText);
   }
   let result = null, drawn = 0;
-  // Where each image starts in the body, and whether all of it is in.
+  const offsets = []; // where each image starts in the body
+  // Image k's pixels in the body, or null while not all of them are in.
   const pixels = (body, k) => {
     const image = result.images[k];
-    const begin = image.offset, end = begin + image.width * image.height * image.channels;
-    return end <= body.length ? body.subarray(begin, end) : null;
+    const end = offsets[k] + image.width * image.height * image.channels;
+    return end <= body.length ? body.subarray(offsets[k], end) : null;
   };
   const body = await receive(response, (bytes) => {
     if (!result) {
@@ -88,7 +89,7 @@ async function update(path, options) {
       result = JSON.parse(new TextDecoder().decode(bytes.subarray(4, 4 + length)));
       let start = 4 + length;
       for (const image of result.images) {
-        image.offset = start;
+        offsets.push(start);
         start += image.width * image.height * image.channels;
       }
     }
@@ -100,10 +101,11 @@ async function update(path, options) {
     if (!result || drawn < result.images.length) throw new Error("the server's answer was cut short");
     // The views handed out while reading may belong to a buffer since passed
     // on: the preview takes the whole body's, and copies them.
-    for (const [k, image] of result.images.entries()) image.pixels = pixels(body, k);
-    if (result.images.length && window.kvPreview) window.kvPreview.update(kv.page.outputs, result.images);
+    if (result.images.length && window.kvPreview) {
+      const images = result.images.map((image, k) => ({ ...image, pixels: pixels(body, k) }));
+      window.kvPreview.update(kv.page.outputs, images);
+    }
   } finally {
-    for (const image of result ? result.images : []) delete image.pixels;
     spareBuffer = body.buffer;
   }
   return result;
