@@ -2,8 +2,9 @@
 # How long `kvs view` takes from a slider moved in the page to the new images
 # on screen, at 512: a fresh value of the stone tiles sample's "wear" slider
 # set as a drag sets it (an input event on the range element), timed in the
-# page with performance.now() until the page has drawn every changed output
-# (and the 3D preview), and until the frame after that. Beside it: the
+# page with performance.now() until the first changed output is drawn (the
+# page draws each as its bytes arrive), until every one is (and the 3D
+# preview), and until the frame after that. Beside it: the
 # server's render time, as it reports it, and the page's request (the value,
 # answered with the changed images) from the browser's resource timings.
 #
@@ -18,13 +19,19 @@ ROOT = pathlib.Path(__file__).resolve().parents[1]
 SLIDER = '.kv-widget[data-input="wear"] input[type=range]'
 SIZE_LOG2 = 9
 
-# Times the 3D preview's redraw (its JavaScript and WebGL calls) on each update.
-TIME_PREVIEW = """
+# Times the 3D preview's redraw (its JavaScript and WebGL calls) on each
+# update, and notes when the first image of an update reaches its canvas.
+TIME_PAGE = """
 const update = window.kvPreview.update;
 window.kvPreview.update = (...images) => {
   const begun = performance.now();
   update(...images);
   kv.previewMs = performance.now() - begun;
+};
+const put = CanvasRenderingContext2D.prototype.putImageData;
+CanvasRenderingContext2D.prototype.putImageData = function (...args) {
+  put.apply(this, args);
+  if (kv.firstImageAt === null) kv.firstImageAt = performance.now();
 };
 """
 
@@ -36,6 +43,7 @@ CHANGE = """
 const [value, done] = arguments;
 const slider = document.querySelector('%s');
 performance.clearResourceTimings();
+kv.firstImageAt = null;
 const begun = performance.now();
 new MutationObserver((_, observer) => {
   observer.disconnect();
@@ -44,7 +52,8 @@ new MutationObserver((_, observer) => {
     const frame = performance.now();
     const request = (path) => performance.getEntriesByType("resource").find((e) => e.name.includes(path));
     const post = request("api/value");
-    done({drawn: drawn - begun, frame: frame - begun, post: post && post.duration,
+    done({first: kv.firstImageAt === null ? null : kv.firstImageAt - begun,
+          drawn: drawn - begun, frame: frame - begun, post: post && post.duration,
           afterImages: post && drawn - post.responseEnd, preview: kv.previewMs});
   });
 }).observe(document.body, {attributes: true, attributeFilter: ["data-version"]});
@@ -79,7 +88,7 @@ def main():
                 size.value = {SIZE_LOG2}; size.dispatchEvent(new Event("change"));""")
             wait(driver, ready + " && document.querySelector('canvas.kv-output').width == "
                  f"{1 << SIZE_LOG2}")
-            driver.execute_script(TIME_PREVIEW)
+            driver.execute_script(TIME_PAGE)
             low, high = (float(driver.execute_script(f"return document.querySelector('{SLIDER}').{end}"))
                          for end in ("min", "max"))
             # New values every time, as a drag gives: nothing comes whole from the engine's cache.
@@ -102,7 +111,8 @@ def wait(driver, script, seconds=30):
 
 
 def report(samples, changes):
-    rows = [("input event to new images drawn", "drawn"), ("input event to the next frame", "frame"),
+    rows = [("input event to the first new image drawn", "first"),
+            ("input event to new images drawn", "drawn"), ("input event to the next frame", "frame"),
             ("server render (changed outputs, to 8-bit images)", "render"),
             ("request: the value, answered with the images", "post"),
             ("images received to drawn (canvases, 3D preview)", "afterImages"),
